@@ -1,0 +1,45 @@
+# How every target of the project is compiled.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(QUILLO_CCACHE ccache)
+if(QUILLO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # Precompiled headers need the two sloppiness settings to be cacheable at all; the base directory lets
+    # several checkouts share one cache.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_SLOPPINESS=pch_defines,time_macros
+        ${QUILLO_CCACHE})
+endif()
+
+add_library(quillo_compile INTERFACE)
+target_compile_options(quillo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -fpch-preprocess)
+target_compile_definitions(quillo_compile INTERFACE
+    QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_CAST_FROM_BYTEARRAY QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+target_include_directories(quillo_compile INTERFACE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_BINARY_DIR}/src")
+if(QUILLO_WERROR)
+    target_compile_options(quillo_compile INTERFACE -Werror)
+endif()
+if(QUILLO_SANITIZE)
+    target_compile_options(quillo_compile INTERFACE
+        -fsanitize=${QUILLO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(quillo_compile INTERFACE -fsanitize=${QUILLO_SANITIZE})
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+    target_compile_definitions(quillo_compile INTERFACE _FORTIFY_SOURCE=2)
+    target_compile_options(quillo_compile INTERFACE -fstack-protector-strong -ffunction-sections -fdata-sections)
+    target_link_options(quillo_compile INTERFACE -Wl,--gc-sections -Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()
+
+# quillo_add_library(FOLDER SOURCES … LIBRARIES …): the static library of one folder of src.
+# A folder links only folders above it in the order that src/CMakeLists.txt lists.
+function(quillo_add_library folder)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    add_library(quillo_${folder} STATIC ${arg_SOURCES})
+    target_link_libraries(quillo_${folder} PUBLIC quillo_compile Qt6::Core ${arg_LIBRARIES})
+    target_precompile_headers(quillo_${folder} PRIVATE "${CMAKE_SOURCE_DIR}/cmake/Precompiled.h")
+endfunction()
