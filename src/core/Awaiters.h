@@ -1,0 +1,107 @@
+#pragma once
+
+#include "core/Clock.h"
+
+#include <QFuture>
+#include <QFutureWatcher>
+#include <QObject>
+
+#include <chrono>
+#include <coroutine>
+#include <memory>
+#include <utility>
+
+namespace quillo {
+
+/// Continues suspended coroutines and knows whether one is being continued right now on this thread.
+class Resumption {
+public:
+    /// Continues `waiting`; called from the event loop only.
+    static void run(std::coroutine_handle<> waiting);
+
+    [[nodiscard]] static bool isUnderWay() noexcept;
+};
+
+/// Lets a coroutine wait for one event that callbacks report.
+///
+/// The coroutine continues on a later turn of the loop than the one in which `fire` was called, never inside
+/// it, so that nothing resumes inside `abort()` or a signal's emitter. An event that fires before it is
+/// awaited is kept. Destroying the event forgets the coroutine.
+class OneShotEvent {
+public:
+    OneShotEvent() = default;
+    OneShotEvent(const OneShotEvent&) = delete;
+    OneShotEvent& operator=(const OneShotEvent&) = delete;
+    ~OneShotEvent() = default;
+
+    /// Reports the event; calls after the first do nothing.
+    void fire();
+
+    [[nodiscard]] bool await_ready() const noexcept { return arrived; }
+    void await_suspend(std::coroutine_handle<> coroutine) noexcept { waiting = coroutine; }
+    void await_resume() const noexcept {}
+
+    /// Dies with the event; connections made with it as their context end then.
+    [[nodiscard]] QObject& context() noexcept { return receiver; }
+
+private:
+    void arrive();
+
+    QObject receiver;
+    std::coroutine_handle<> waiting;
+    bool fired = false;
+    bool arrived = false;
+};
+
+/// Waits until `sender` emits `signal` for the first time after this was made.
+class UntilEmitted {
+public:
+    template <typename Sender, typename Signal>
+    UntilEmitted(const Sender* sender, Signal signal) {
+        QObject::connect(sender, signal, &event.context(), [this] { event.fire(); });
+    }
+
+    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
+    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
+    void await_resume() const noexcept {}
+
+private:
+    OneShotEvent event;
+};
+
+/// Waits until the clock has moved on by `duration`. Dropping it stops the timer.
+class Sleep {
+public:
+    Sleep(Clock& clock, Clock::Duration duration)
+        : timer(clock.startTimer(duration, Clock::Repeat::once, [this] { event.fire(); })) {}
+
+    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
+    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
+    void await_resume() const noexcept {}
+
+private:
+    OneShotEvent event;
+    std::unique_ptr<Clock::Timer> timer;
+};
+
+/// Waits for work on another thread. Dropping it forgets the result; the work itself goes on.
+/// Throws what the work threw (exceptions need `QPromise::setException`).
+template <typename T>
+class UntilFinished {
+public:
+    explicit UntilFinished(QFuture<T> work) : future(std::move(work)) {
+        QObject::connect(&watcher, &QFutureWatcherBase::finished, &event.context(), [this] { event.fire(); });
+        watcher.setFuture(future);
+    }
+
+    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
+    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
+    T await_resume() { return future.takeResult(); }
+
+private:
+    QFuture<T> future;
+    QFutureWatcher<T> watcher;
+    OneShotEvent event;
+};
+
+} // namespace quillo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/Task.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+
+namespace quillo {
+
+/// Owns tasks that nobody awaits. They end with the scope at the latest.
+///
+/// A task that throws is a fault of the program (operations handed to a scope report their failures
+/// themselves), so an exception that arrives here goes to the handler, by default `std::terminate`, and never
+/// vanishes.
+class TaskScope {
+public:
+    using ExceptionHandler = std::function<void(std::exception_ptr)>;
+
+    explicit TaskScope(ExceptionHandler onException = {});
+    TaskScope(const TaskScope&) = delete;
+    TaskScope& operator=(const TaskScope&) = delete;
+
+    /// Cancels every task that still runs. May happen from inside one of them: its frame then lives until the
+    /// next turn of the loop, and whatever it owns with it.
+    ~TaskScope();
+
+    /// Takes the task over. The frame of a task that ends is freed on a later turn of the loop.
+    void spawn(Task<void> task);
+
+    /// Cancels every task that still runs, as the destructor does.
+    void cancelAll();
+
+    /// Tasks that have not ended.
+    [[nodiscard]] std::size_t count() const noexcept;
+
+private:
+    struct State;
+    static Task<void> supervise(std::shared_ptr<State> state, std::size_t key, Task<void> task);
+
+    std::shared_ptr<State> state;
+};
+
+} // namespace quillo

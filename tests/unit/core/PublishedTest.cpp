@@ -1,0 +1,10 @@
+#include <QTest>
+
+class PublishedTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void builds() {}
+};
+
+QTEST_GUILESS_MAIN(PublishedTest)
+#include "PublishedTest.moc"
