@@ -1,0 +1,36 @@
+# shellcheck shell=bash disable=SC2034
+# Debian packages that Quillo's scripts install. Read by scripts/setup; one purpose an array.
+
+# Compiling the program and its unit tests.
+buildPackages=(
+    g++ cmake ninja-build ccache pkg-config
+    qt6-base-dev qt6-base-private-dev qt6-svg-dev
+    libsimdjson-dev libicu-dev libsecret-1-dev
+    libxcb1-dev libxcb-keysyms1-dev
+)
+
+# Running it against the local sandbox. Node.js and npm are installed by installNode in scripts/setup.
+runPackages=(
+    ca-certificates dbus xdg-utils
+    libqt6svg6 libxcb-cursor0
+    libsecret-tools python3
+)
+
+# A desktop of its own where there is no display: X server, window manager, panel, secret store,
+# and the eyes and hands of the scripts that look at it.
+desktopPackages=(
+    xvfb xauth openbox
+    xfce4-panel xfconf xfce4-indicator-plugin ayatana-indicator-application
+    adwaita-icon-theme librsvg2-common fonts-dejavu-core
+    gnome-keyring gcr
+    at-spi2-core imagemagick xdotool
+    python3-gi gir1.2-glib-2.0 gir1.2-atspi-2.0
+)
+
+# Checking and testing.
+testPackages=(
+    clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
+    python3-pytest python3-dbusmock python3-pyatspi python3-selenium
+    chromium chromium-driver openssl
+    libbenchmark-dev
+)
