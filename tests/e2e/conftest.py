@@ -1,0 +1,82 @@
+"""What every whole-program test starts from."""
+
+import pathlib
+import shutil
+
+import pytest
+
+from harness.desktop import Desktop
+from harness.program import ROOT, Quillo
+from harness.sandbox import Sandbox
+from harness.watcher import Watcher
+
+ARTEFACTS = ROOT / "build/e2e"
+
+_failed = pytest.StashKey[bool]()
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item):
+    report = (yield).get_result()
+    if report.failed:
+        item.stash[_failed] = True
+
+
+@pytest.fixture
+def artefacts(request):
+    """A folder that outlives the test, for pictures and logs."""
+    folder = ARTEFACTS / request.node.name
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    return folder
+
+
+@pytest.fixture
+def make_desktop(request, artefacts):
+    """Makes desktop sessions with options; those of a failed test leave their logs and a picture."""
+    made = []
+
+    def make(**options):
+        made.append(Desktop(**options))
+        return made[-1]
+
+    yield make
+    for desktop in reversed(made):
+        if request.node.stash.get(_failed, False):
+            _keep_evidence(desktop, artefacts)
+        desktop.close()
+    if not any(artefacts.iterdir()):
+        artefacts.rmdir()
+
+
+def _keep_evidence(desktop, folder: pathlib.Path):
+    for log in desktop.folder.glob("*.log"):
+        shutil.copy(log, folder)
+    desktop.display.screenshot(folder / "screen.png")
+
+
+@pytest.fixture
+def desktop(make_desktop):
+    return make_desktop()
+
+
+@pytest.fixture
+def watcher(desktop):
+    """A scripted panel that is there before any program starts."""
+    panel = Watcher(desktop.bus)
+    panel.start()
+    return panel
+
+
+@pytest.fixture
+def sandbox(desktop):
+    return desktop.keep(Sandbox(desktop.folder))
+
+
+@pytest.fixture
+def quillo(desktop, sandbox):
+    """Quillo set up for the sandbox with its API key, not started yet."""
+    program = Quillo(desktop)
+    program.write_settings(backend=sandbox.http)
+    program.store_secret("api_key", sandbox.api_key)
+    return program

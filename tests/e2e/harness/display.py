@@ -1,0 +1,64 @@
+"""An X display without hardware, with a window manager."""
+
+import os
+import shutil
+import subprocess
+
+from .processes import Child
+from .waiting import wait_until
+
+
+class Display:
+    """Xvfb on the first free display number, and openbox on it once `start_window_manager` was called."""
+
+    def __init__(self, folder, environment, *, size="1280x800"):
+        self._folder = folder
+        self._environment = environment
+        read_end, write_end = os.pipe()
+        command = ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp", "-noreset"]
+        self._server = Child(command, environment=environment, log=folder / "Xvfb.log", pass_fds=(write_end,))
+        self._manager = None
+        os.close(write_end)
+        with os.fdopen(read_end) as numbers:
+            number = numbers.readline().strip()
+        if not number:
+            raise RuntimeError(f"Xvfb did not start:\n{self._server.output()}")
+        self.name = f":{number}"
+        environment["DISPLAY"] = self.name
+
+    def start_window_manager(self):
+        self._manager = Child(
+            ["openbox", "--sm-disable"], environment=self._environment, log=self._folder / "openbox.log"
+        )
+
+    def screenshot(self, path, *, crop=None):
+        """Writes the screen, or its part `crop` ("WIDTHxHEIGHT+X+Y"), to a PNG file once it stands still."""
+        pictures = [self._picture(crop)]
+
+        def stands_still():
+            pictures.append(self._picture(crop))
+            return pictures[-1] == pictures[-2]
+
+        wait_until(stands_still, "a screen that stands still")
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(pictures[-1])
+
+    def _picture(self, crop):
+        command = ["import", "-display", self.name, "-window", "root"]
+        if crop:
+            command += ["-crop", crop, "+repage"]
+        command += ["-define", "png:exclude-chunks=date,time", "png:-"]
+        return subprocess.run(command, env=self._environment, check=True, capture_output=True, timeout=30).stdout
+
+    def stop(self):
+        if self._manager:
+            self._manager.stop()
+        self._server.stop()
+
+
+def required_program(name):
+    """The path of a program, or an error that names what to install."""
+    path = shutil.which(name)
+    if not path:
+        raise RuntimeError(f"{name} is not installed; run scripts/setup --test")
+    return path

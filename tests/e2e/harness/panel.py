@@ -1,0 +1,94 @@
+"""A real panel: xfce4-panel with one plugin that shows status items."""
+
+import enum
+import json
+import pathlib
+import subprocess
+
+from .display import required_program
+from .processes import Child
+from .waiting import wait_until
+
+_INDICATOR_SERVICE = "/usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service"
+
+_CHANNEL = """<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="dark-mode" type="bool" value="false"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="size" type="uint" value="32"/>
+      <property name="icon-size" type="uint" value="0"/>
+      <property name="plugin-ids" type="array">
+        <value type="int" value="1"/>
+        <value type="int" value="2"/>
+      </property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="separator">
+      <property name="expand" type="bool" value="true"/>
+      <property name="style" type="uint" value="0"/>
+    </property>
+    <property name="plugin-2" type="string" value="{plugin}">
+      <property name="square-icons" type="bool" value="false"/>
+    </property>
+  </property>
+</channel>
+"""
+
+
+class Plugin(enum.Enum):
+    """The panel plugins that show status items."""
+
+    INDICATOR = "indicator"
+    SYSTEM_TRAY = "systray"
+
+
+class Panel:
+    """A panel along the top of the display; `stop` and `start` it as often as needed."""
+
+    def __init__(self, desktop, *, plugin=Plugin.INDICATOR):
+        self._desktop = desktop
+        self._plugin = plugin
+        self._children = []
+        channel = desktop.config_home / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
+        channel.parent.mkdir(parents=True, exist_ok=True)
+        channel.write_text(_CHANNEL.format(plugin=plugin.value))
+        desktop.callback(self.stop)
+
+    def start(self):
+        if self._plugin is Plugin.INDICATOR:
+            self._start([_INDICATOR_SERVICE], "indicator-service")
+        self._start([required_program("xfce4-panel"), "--disable-wm-check"], "xfce4-panel")
+        self._desktop.bus.wait_for_owner("org.kde.StatusNotifierWatcher")
+
+    def stop(self):
+        while self._children:
+            self._children.pop().stop()
+
+    def texts(self):
+        """The texts that the panel shows now, as a screen reader would read them out."""
+        script = pathlib.Path(__file__).with_name("visible_texts.py")
+        answer = subprocess.run(
+            ["/usr/bin/python3", str(script)],
+            env=self._desktop.environment,
+            capture_output=True,
+            text=True,
+            check=True,
+            timeout=30,
+        )
+        return json.loads(answer.stdout)
+
+    def wait_for_text(self, text, *, timeout=20.0):
+        wait_until(
+            lambda: text in self.texts(), lambda: f"{text!r} in the panel, which shows {self.texts()}", timeout=timeout
+        )
+
+    def _start(self, command, name):
+        log = self._desktop.folder / f"{name}.log"
+        self._children.append(Child(command, environment=self._desktop.environment, log=log))

@@ -1,0 +1,63 @@
+"""The program under test."""
+
+import json
+import os
+import pathlib
+
+from .keyring import read_secret, store_secret
+from .processes import Child
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+APPLICATION_ID = "app.quillo.Quillo.Demo"
+
+
+def executable():
+    """The built program: the demo preset's, or the one that QUILLO_PROGRAM names."""
+    path = pathlib.Path(os.environ.get("QUILLO_PROGRAM", ROOT / "build/demo/bin/quillo"))
+    if not path.exists():
+        raise RuntimeError(f"{path} is missing; build it with: cmake --preset demo && cmake --build --preset demo")
+    return path
+
+
+class Quillo:
+    """Quillo in a desktop session, with its settings and secrets."""
+
+    def __init__(self, desktop):
+        self._desktop = desktop
+        self._child = None
+
+    @property
+    def settings_file(self):
+        return self._desktop.config_home / "quillo/defaults.json"
+
+    def write_settings(self, **values):
+        """Replaces the stored settings; keys are the program's own ("backend", "refreshInterval", …)."""
+        self.settings_file.parent.mkdir(parents=True, exist_ok=True)
+        self.settings_file.write_text(json.dumps(values), encoding="utf-8")
+
+    def store_secret(self, account, secret):
+        store_secret(self._desktop.environment, APPLICATION_ID, account, secret)
+
+    def read_secret(self, account):
+        return read_secret(self._desktop.environment, APPLICATION_ID, account)
+
+    def start(self, **environment):
+        """Starts the program; keyword arguments override variables of the session."""
+        log = self._desktop.folder / "quillo.log"
+        variables = {**self._desktop.environment, **environment}
+        self._child = Child([str(executable())], environment=variables, log=log)
+        self._desktop.callback(self._child.stop)
+
+    @property
+    def running(self):
+        return self._child.running
+
+    def output(self):
+        """What the program wrote to its standard streams."""
+        return self._child.output()
+
+    def wait_for_end(self, *, timeout=15.0):
+        return self._child.wait(timeout=timeout)
+
+    def stop(self):
+        self._child.stop()

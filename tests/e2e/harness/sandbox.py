@@ -1,0 +1,76 @@
+"""The local backend and identity provider of the checkout's sandbox folder."""
+
+import fcntl
+import json
+import pathlib
+import subprocess
+import tempfile
+import urllib.request
+
+from .display import required_program
+from .processes import Child
+
+_PROGRAM = pathlib.Path(__file__).resolve().parents[3] / "sandbox/server.mjs"
+
+FIXED_HTTP_PORT = 8480
+FIXED_IDENTITY_PORT = 8481
+FIXED_HTTPS_PORT = 8443
+
+
+class Sandbox:
+    """A running sandbox; port 0 takes any free one. It ends with this process whatever happens."""
+
+    def __init__(self, folder, *, http_port=0, https_port=0, identity_port=0):
+        self._identity_lock = _lock_identity_port() if identity_port == FIXED_IDENTITY_PORT else None
+        state = folder / "sandbox"
+        state.mkdir()
+        command = [required_program("node"), str(_PROGRAM), "--die-with-stdin", "--state", str(state)]
+        for option, port in (("http", http_port), ("https", https_port), ("identity", identity_port)):
+            command += [f"--{option}-port", str(port)]
+        environment = {"PATH": "/usr/bin:/bin", "HOME": str(state)}
+        self._server = Child(
+            command,
+            environment=environment,
+            log=folder / "sandbox.log",
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+        )
+        ready = self._server.process.stdout.readline()
+        if not ready:
+            self.stop()
+            raise RuntimeError(f"the sandbox did not start:\n{self._server.output()}")
+        facts = json.loads(ready)
+        self.http = facts["http"]
+        self.https = facts["https"]
+        self.identity = facts["identity"]
+        self.api_key = facts["apiKey"]
+        self.email = facts["email"]
+        self.password = facts["password"]
+
+    def scenario(self, **changes):
+        """Switches what the backend answers from now on; see the sandbox's README for the names."""
+        return self._request("POST", "/sandbox/scenario", json.dumps(changes).encode())
+
+    def timeline(self):
+        """The live ledger as the backend gives it to a program."""
+        return self._request("GET", "/api/timeline")
+
+    def _request(self, method, path, body=None):
+        request = urllib.request.Request(self.http + path, data=body, method=method)
+        request.add_header("X-API-Key", self.api_key)
+        if body is not None:
+            request.add_header("Content-Type", "application/json")
+        with urllib.request.urlopen(request, timeout=10) as answer:
+            return json.loads(answer.read() or b"null")
+
+    def stop(self):
+        self._server.stop()
+        if self._identity_lock:
+            self._identity_lock.close()
+
+
+def _lock_identity_port():
+    """Waits until no other test of this machine uses the fixed port of the identity provider."""
+    lock = open(pathlib.Path(tempfile.gettempdir()) / "quillo-identity-port.lock", "w", encoding="ascii")
+    fcntl.flock(lock, fcntl.LOCK_EX)
+    return lock
