@@ -3,7 +3,7 @@
 #include "core/Signal.h"
 
 #include <concepts>
-#include <optional>
+#include <functional>
 #include <utility>
 
 namespace quillo {
