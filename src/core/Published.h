@@ -34,7 +34,11 @@ public:
     /// included).
     enum class Repeats { deliver, suppress };
 
-    Published(ObservableObject& object, T initial) : owner(object), value(std::move(initial)) {}
+    /// Called after each assignment, when the new value is in place; not for the initial value.
+    using DidSet = std::function<void(const T&)>;
+
+    Published(ObservableObject& object, T initial, DidSet afterwards = {})
+        : owner(object), value(std::move(initial)), didSet(std::move(afterwards)) {}
     Published(const Published&) = delete;
 
     Published& operator=(const Published&) = delete;
@@ -54,6 +58,9 @@ public:
         willChange.emit(next);
         owner.objectWillChange.emit();
         value = std::move(next);
+        if (didSet) {
+            didSet(value);
+        }
     }
 
     [[nodiscard]] Observation observe(Current current, Repeats repeats,
@@ -79,6 +86,7 @@ private:
     ObservableObject& owner;
     Signal<const T&> willChange;
     T value;
+    DidSet didSet;
 };
 
 } // namespace quillo

@@ -42,6 +42,17 @@ private Q_SLOTS:
         QCOMPARE(read, 1);
     }
 
+    void whatFollowsAnAssignmentReadsTheNewValueAlsoWhenItIsEqual() {
+        struct Shelf : ObservableObject {
+            Published<int> books{*this, 1, [this](const int&) { stored.push_back(books); }};
+            std::vector<int> stored;
+        } shelf;
+        QVERIFY(shelf.stored.empty());
+        shelf.books = 2;
+        shelf.books = 2;
+        QCOMPARE(shelf.stored, (std::vector<int>{2, 2}));
+    }
+
     void everyAssignmentIsAnnouncedAlsoAnEqualOne() {
         Lamp lamp;
         int announcements = 0;
