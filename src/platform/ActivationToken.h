@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+namespace quillo {
+
+/// The right to take the focus that another program gave this one together with a request (a click on the
+/// status item, the hot key by the portal, a second launch): an xdg-activation token or an X11 startup id.
+///
+/// Whoever receives a request offers its token just before passing the request on; the window that the
+/// request brings to the front takes it. A token that nobody took is replaced by the next. For the main
+/// thread.
+class ActivationToken {
+public:
+    /// Makes `token` the one to be used next; an empty one withdraws an older one.
+    static void offer(const QString& token);
+
+    /// The token offered last, empty when there is none. It can be taken once.
+    [[nodiscard]] static QString take();
+};
+
+} // namespace quillo

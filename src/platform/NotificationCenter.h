@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/Signal.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringView>
+
+#include <functional>
+
+namespace quillo {
+
+/// Passes named notifications between parts of this process that do not know each other. For the main thread.
+class NotificationCenter {
+public:
+    using Callback = std::function<void()>;
+
+    NotificationCenter() = default;
+    NotificationCenter(const NotificationCenter&) = delete;
+    NotificationCenter& operator=(const NotificationCenter&) = delete;
+
+    /// The centre that the whole program shares.
+    [[nodiscard]] static NotificationCenter& defaultCenter();
+
+    /// Calls the observers of `name`, in the order of their registration, before it returns.
+    void post(QStringView name);
+
+    /// Calls `callback` at every later post of exactly `name`, for as long as the handle lives.
+    [[nodiscard]] Observation observe(QStringView name, Callback callback);
+
+private:
+    QHash<QString, Signal<>> channels;
+};
+
+/// The names that this program posts.
+namespace notification {
+
+/// The machine has come back from sleep.
+inline constexpr QStringView workspaceDidWake = u"quillo.workspaceDidWake";
+
+/// One of the program's windows got the focus while none had it.
+inline constexpr QStringView applicationDidBecomeActive = u"quillo.applicationDidBecomeActive";
+
+/// One of the program's menus is being opened.
+inline constexpr QStringView menuDidBeginTracking = u"quillo.menuDidBeginTracking";
+
+/// The ledger window is asked to come to the front.
+inline constexpr QStringView openLedgerRequested = u"quillo.openLedgerRequested";
+
+} // namespace notification
+
+} // namespace quillo
