@@ -29,7 +29,7 @@ desktopPackages=(
 
 # Checking and testing.
 testPackages=(
-    clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
+    shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
     python3-pytest python3-dbusmock python3-pyatspi python3-selenium
     chromium chromium-driver openssl
     libbenchmark-dev

@@ -36,7 +36,7 @@ struct TaskScope::State {
 };
 
 TaskScope::TaskScope(ExceptionHandler handler) : state(std::make_shared<State>()) {
-    state->onException = handler ? std::move(handler) : [](std::exception_ptr) { std::terminate(); };
+    state->onException = handler ? std::move(handler) : [](const std::exception_ptr&) { std::terminate(); };
 }
 
 TaskScope::~TaskScope() {
