@@ -32,6 +32,9 @@ public:
 
     void write(const QByteArray& input) { process.write(input); }
 
+    /// Its standard input ends once what was written has been taken.
+    void closeInput() { process.closeWriteChannel(); }
+
     /// Runs the event loop until it has ended by itself; its exit status, or -1 when it was killed or did not
     /// end within `limit`.
     [[nodiscard]] int waitForExit(std::chrono::milliseconds limit = std::chrono::seconds(20));
