@@ -1,0 +1,133 @@
+#include "model/JsonReader.h"
+
+#include "model/Utf8.h"
+
+#include <cmath>
+
+namespace quillo {
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+[[nodiscard]] const char* kindOf(simdjson::dom::element element) noexcept {
+    using simdjson::dom::element_type;
+    switch (element.type()) {
+    case element_type::ARRAY:
+        return "an array";
+    case element_type::OBJECT:
+        return "an object";
+    case element_type::INT64:
+    case element_type::UINT64:
+    case element_type::DOUBLE:
+        return "a number";
+    case element_type::STRING:
+        return "text";
+    case element_type::BOOL:
+        return "a boolean";
+    case element_type::NULL_VALUE:
+        return "null";
+    }
+    return "something else";
+}
+
+[[nodiscard]] QString describe(simdjson::error_code error) {
+    switch (error) {
+    case simdjson::EMPTY:
+        return u"body: empty"_s;
+    case simdjson::UTF8_ERROR:
+        return u"body: not UTF-8"_s;
+    case simdjson::DEPTH_ERROR:
+        return u"body: nested too deeply"_s;
+    case simdjson::CAPACITY:
+        return u"body: too large"_s;
+    case simdjson::MEMALLOC:
+        return u"body: not enough memory to read it"_s;
+    case simdjson::NUMBER_ERROR:
+        return u"body: not valid JSON (a number is malformed or out of range)"_s;
+    case simdjson::STRING_ERROR:
+    case simdjson::UNESCAPED_CHARS:
+        return u"body: not valid JSON (a text is malformed)"_s;
+    case simdjson::UNCLOSED_STRING:
+        return u"body: not valid JSON (a text has no end)"_s;
+    case simdjson::T_ATOM_ERROR:
+    case simdjson::F_ATOM_ERROR:
+    case simdjson::N_ATOM_ERROR:
+        return u"body: not valid JSON (an unknown word)"_s;
+    default:
+        return u"body: not valid JSON"_s;
+    }
+}
+
+} // namespace
+
+QString JsonPath::text() const {
+    if (parent == nullptr) {
+        return u"body"_s;
+    }
+    const bool underRoot = parent->parent == nullptr;
+    const QString before = underRoot && !key.empty() ? QString() : parent->text();
+    if (key.empty()) {
+        return before + u'[' + QString::number(index) + u']';
+    }
+    const QString name = stringFromUtf8(key);
+    return underRoot ? name : before + u'.' + name;
+}
+
+QString JsonValue::text() const {
+    return stringFromUtf8(utf8());
+}
+
+std::int64_t JsonValue::integer() const {
+    constexpr const char* expected = "an integer";
+    if (found.is<std::int64_t>()) {
+        return found.get<std::int64_t>().value_unsafe();
+    }
+    if (found.is<std::uint64_t>()) {
+        refuse(expected, "a number out of range");
+    }
+    if (!found.is<double>()) {
+        refuse(expected);
+    }
+    const double number = found.get<double>().value_unsafe();
+    if (number != std::trunc(number)) {
+        refuse(expected, "a number with a fraction");
+    }
+    constexpr double bound = 0x1p63;
+    if (number < -bound || number >= bound) {
+        refuse(expected, "a number out of range");
+    }
+    return static_cast<std::int64_t>(number);
+}
+
+void JsonValue::refuse(const char* expected) const {
+    refuse(expected, kindOf(found));
+}
+
+void JsonValue::refuse(const char* expected, const char* insteadFound) const {
+    throw DecodingError(u"%1: expected %2, found %3"_s.arg(place.text(), QLatin1StringView(expected),
+                                                           QLatin1StringView(insteadFound)));
+}
+
+JsonDocument::JsonDocument(QByteArray body) {
+    // The parser reads a little past the end. Growing the only copy of a large array moves no bytes (the
+    // system remaps its pages); any other is copied once, as the parser would.
+    const qsizetype needed = body.size() + static_cast<qsizetype>(simdjson::SIMDJSON_PADDING);
+    if (body.capacity() < needed) {
+        body.reserve(needed);
+    }
+    const char* start = body.constData();
+    auto length = static_cast<std::size_t>(body.size());
+    if (std::string_view(start, length).starts_with(byteOrderMark)) {
+        start += byteOrderMark.size();
+        length -= byteOrderMark.size();
+    }
+    constexpr bool copyFirst = false;
+    const auto error = length == 0 ? simdjson::EMPTY : parser.parse(start, length, copyFirst).get(top);
+    if (error != simdjson::SUCCESS) {
+        throw DecodingError(describe(error));
+    }
+}
+
+} // namespace quillo

@@ -1,0 +1,271 @@
+#pragma once
+
+#include "model/DecodingError.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <simdjson.h>
+
+/// Strict reading of JSON (RFC 8259) whose errors name the place. For a body like
+/// `{"access_token": "…", "expires_in": 300}`:
+///
+///     const JsonDocument document(body);
+///     const JsonMembers<"access_token", "refresh_token", "expires_in"> members(document.root());
+///     const QString accessToken = members.text<"access_token">();
+///     const std::optional<QString> refreshToken = members.optionalText<"refresh_token">();
+///     const double seconds = members.number<"expires_in">();
+///
+/// Every reading function throws DecodingError. A required member that is missing or null is an error; an
+/// optional one is absent when missing or null, and an error when of another type.
+namespace quillo {
+
+/// How a value was reached from the root. A node points to its parent, which the reader of the enclosing
+/// object or list keeps.
+struct JsonPath {
+    const JsonPath* parent = nullptr;
+    std::string_view key = {}; ///< member name; empty for the root and for elements of a list
+    std::size_t index = 0;
+
+    /// `transactions[3].pending`; `body` for the root.
+    [[nodiscard]] QString text() const;
+};
+
+/// One value of a document. Valid as long as the document and the reader it came from live.
+class JsonValue {
+public:
+    JsonValue(simdjson::dom::element element, const JsonPath& path) noexcept : found(element), place(path) {}
+
+    [[nodiscard]] bool isNull() const noexcept { return found.is_null(); }
+    [[nodiscard]] const JsonPath& path() const noexcept { return place; }
+
+    /// A text's bytes in the document's own memory.
+    [[nodiscard]] std::string_view utf8() const { return get<std::string_view>("text"); }
+    [[nodiscard]] QString text() const;
+    /// Any number, rounded to the nearest double.
+    [[nodiscard]] double number() const { return get<double>("a number"); }
+    /// A whole number within 64 bits, however written: 1, 1.0 and 1e0 are the same number (RFC 8259, section
+    /// 6).
+    [[nodiscard]] std::int64_t integer() const;
+    [[nodiscard]] bool boolean() const { return get<bool>("a boolean"); }
+    [[nodiscard]] simdjson::dom::object object() const { return get<simdjson::dom::object>("an object"); }
+
+    /// The elements of an array in their order, each made by `decode(const JsonValue&)`.
+    template <typename Decode>
+    [[nodiscard]] auto list(Decode decode) const {
+        const auto array = get<simdjson::dom::array>("an array");
+        std::vector<std::invoke_result_t<Decode&, const JsonValue&>> decoded;
+        decoded.reserve(array.size());
+        for (const simdjson::dom::element element : array) {
+            decoded.push_back(decode(JsonValue(element, JsonPath{&place, {}, decoded.size()})));
+        }
+        return decoded;
+    }
+
+private:
+    template <typename T>
+    [[nodiscard]] T get(const char* expected) const {
+        T value{};
+        if (found.get<T>().get(value) != simdjson::SUCCESS) {
+            refuse(expected);
+        }
+        return value;
+    }
+
+    [[noreturn]] void refuse(const char* expected) const;
+    [[noreturn]] void refuse(const char* expected, const char* insteadFound) const;
+
+    simdjson::dom::element found;
+    JsonPath place;
+};
+
+/// A body, checked whole when constructed: its syntax, UTF-8, nesting (up to 1,024 levels), numbers, and that
+/// nothing follows it. A byte-order mark at the start is skipped.
+///
+/// It costs a multiple of the body in memory, so it is a local of the function that decodes and never kept.
+class JsonDocument {
+public:
+    /// Takes the body, so that one that nobody shares is read in place; throws DecodingError when it is no
+    /// JSON.
+    explicit JsonDocument(QByteArray body);
+    JsonDocument(const JsonDocument&) = delete;
+    JsonDocument& operator=(const JsonDocument&) = delete;
+
+    [[nodiscard]] JsonValue root() const noexcept { return {top, JsonPath{}}; }
+
+private:
+    simdjson::dom::parser parser;
+    simdjson::dom::element top;
+};
+
+/// A member name as a template argument.
+template <std::size_t size>
+struct JsonKey {
+    consteval JsonKey(const char (&literal)[size]) { std::copy_n(literal, size, characters); }
+    [[nodiscard]] constexpr std::string_view name() const noexcept { return {characters, size - 1}; }
+
+    char characters[size] = {};
+};
+
+/// The members of one object that somebody reads. Names match exactly, other members are passed over, and of
+/// a repeated name the last counts. Asking for a name that is not in the list does not compile.
+///
+/// The object is gone through once; it is quickest when the members come in the order of the list.
+template <JsonKey... keys>
+class JsonMembers {
+public:
+    /// Throws when `value` is no object.
+    explicit JsonMembers(const JsonValue& value) : here(value.path()) {
+        const simdjson::dom::object object = value.object();
+        std::size_t next = 0;
+        for (auto field = object.begin(), end = object.end(); field != end; ++field) {
+            const std::size_t found = indexOf(field.key(), next);
+            if (found < names.size()) {
+                values[found] = field.value();
+                present |= bit(found);
+                next = found + 1 == names.size() ? 0 : found + 1;
+            }
+        }
+    }
+    JsonMembers(const JsonMembers&) = delete;
+    JsonMembers& operator=(const JsonMembers&) = delete;
+
+    /// The member, which may be null; throws when it is missing.
+    template <JsonKey key>
+    [[nodiscard]] JsonValue required() const {
+        if (!has<key>()) {
+            refuseMissing(path<key>());
+        }
+        return value<key>();
+    }
+
+    /// The member unless it is missing or null.
+    template <JsonKey key>
+    [[nodiscard]] std::optional<JsonValue> optional() const {
+        if (!has<key>() || values[index<key>()].is_null()) {
+            return std::nullopt;
+        }
+        return value<key>();
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] std::string_view utf8() const {
+        return required<key>().utf8();
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::optional<std::string_view> optionalUtf8() const {
+        return read<key>(&JsonValue::utf8);
+    }
+    template <JsonKey key>
+    [[nodiscard]] QString text() const {
+        return required<key>().text();
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::optional<QString> optionalText() const {
+        return read<key>(&JsonValue::text);
+    }
+    template <JsonKey key>
+    [[nodiscard]] double number() const {
+        return required<key>().number();
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::optional<double> optionalNumber() const {
+        return read<key>(&JsonValue::number);
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::int64_t integer() const {
+        return required<key>().integer();
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::optional<std::int64_t> optionalInteger() const {
+        return read<key>(&JsonValue::integer);
+    }
+    template <JsonKey key>
+    [[nodiscard]] bool boolean() const {
+        return required<key>().boolean();
+    }
+    template <JsonKey key>
+    [[nodiscard]] std::optional<bool> optionalBoolean() const {
+        return read<key>(&JsonValue::boolean);
+    }
+
+    /// See JsonValue::list.
+    template <JsonKey key, typename Decode>
+    [[nodiscard]] auto list(Decode decode) const {
+        const JsonValue array = required<key>();
+        return array.list(std::move(decode));
+    }
+
+private:
+    static constexpr std::array<std::string_view, sizeof...(keys)> names{keys.name()...};
+    static_assert(names.size() <= 32, "one bit each");
+
+    [[nodiscard]] static constexpr std::uint32_t bit(std::size_t position) noexcept {
+        return std::uint32_t{1} << position;
+    }
+
+    /// Where `name` is in `names`, looking from `start` on and round; `names.size()` when nowhere.
+    [[nodiscard]] static std::size_t indexOf(std::string_view name, std::size_t start) noexcept {
+        for (std::size_t at = start; at < names.size(); ++at) {
+            if (names[at] == name) {
+                return at;
+            }
+        }
+        for (std::size_t at = 0; at < start; ++at) {
+            if (names[at] == name) {
+                return at;
+            }
+        }
+        return names.size();
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] static consteval std::size_t index() {
+        return static_cast<std::size_t>(std::find(names.begin(), names.end(), key.name()) - names.begin());
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] bool has() const noexcept {
+        static_assert(index<key>() < names.size(), "the name is missing in the list of keys");
+        return (present & bit(index<key>())) != 0;
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] JsonPath path() const noexcept {
+        return {&here, names[index<key>()]};
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] JsonValue value() const noexcept {
+        return {values[index<key>()], path<key>()};
+    }
+
+    template <JsonKey key, typename T>
+    [[nodiscard]] std::optional<T> read(T (JsonValue::*as)() const) const {
+        const std::optional<JsonValue> member = optional<key>();
+        if (!member) {
+            return std::nullopt;
+        }
+        return ((*member).*as)();
+    }
+
+    [[noreturn]] static void refuseMissing(const JsonPath& path) {
+        throw DecodingError(path.text() + QStringLiteral(": missing"));
+    }
+
+    JsonPath here;
+    std::array<simdjson::dom::element, sizeof...(keys)> values;
+    std::uint32_t present = 0;
+};
+
+} // namespace quillo
