@@ -1,0 +1,71 @@
+#pragma once
+
+#include "platform/tray/HostTable.h"
+#include "platform/tray/MenuTree.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QObject>
+
+namespace quillo {
+
+/// The menu on the bus: `com.canonical.dbusmenu`, version 3. Members in upper camel case are the interface's
+/// own; com.canonical.dbusmenu.xml declares it. What the user does takes effect on a later turn of the event
+/// loop, so that the panel has its answer first.
+class DBusMenu final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_PROPERTY(uint Version READ version CONSTANT)
+    Q_PROPERTY(QString TextDirection READ textDirection CONSTANT)
+    Q_PROPERTY(QString Status READ status CONSTANT)
+    Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
+public:
+    static constexpr QStringView path = u"/MenuBar";
+
+    explicit DBusMenu(QObject* parent = nullptr);
+
+    /// Answers on `connection` from now on. False when something else answers there already.
+    bool exportOn(QDBusConnection connection);
+
+    /// Replaces the menu and tells panels the difference, if there is one.
+    void setMenu(Menu menu);
+
+    /// Which messages count as the menu's opening.
+    void setOpeningSign(OpeningSign sign) noexcept { openingSign = sign; }
+
+    [[nodiscard]] uint version() const noexcept { return 3; }
+    [[nodiscard]] QString textDirection() const;
+    [[nodiscard]] QString status() const;
+    [[nodiscard]] QStringList iconThemePath() const { return {}; }
+
+    uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
+                   quillo::dbus::MenuLayout& layout);
+    quillo::dbus::MenuItems GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames);
+    QDBusVariant GetProperty(int id, const QString& name);
+    void Event(int id, const QString& eventId, const QDBusVariant& data, uint timestamp);
+    QList<int> EventGroup(const quillo::dbus::MenuEvents& events);
+    bool AboutToShow(int id);
+    QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors);
+
+Q_SIGNALS:
+    void beganTracking();
+
+    // Fully qualified, because Qt relays signals to the bus by the spelling of their parameters.
+    void ItemsPropertiesUpdated(const quillo::dbus::MenuItems& updatedProperties,
+                                const quillo::dbus::RemovedProperties& removedProperties);
+    void LayoutUpdated(uint revision, int parent);
+    void ItemActivationRequested(int id, uint timestamp);
+
+private:
+    enum class Sign { aboutToShow, aboutToShowGroup, openedEvent };
+
+    void refuse(int id);
+    bool handle(int id, const QString& eventId);
+    void noteSign(Sign sign);
+
+    MenuTree tree;
+    OpeningSign openingSign = OpeningSign::any;
+    /// The signs of the present opening that have come.
+    std::vector<Sign> seen;
+};
+
+} // namespace quillo

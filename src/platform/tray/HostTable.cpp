@@ -1,0 +1,53 @@
+#include "platform/tray/HostTable.h"
+
+#include <array>
+
+namespace quillo {
+
+namespace {
+
+struct Row {
+    QStringView executable;
+    HostTraits onX11;
+    HostTraits elsewhere;
+};
+
+constexpr Row same(QStringView executable, HostTraits traits) {
+    return {executable, traits, traits};
+}
+
+using enum TextWay;
+using enum OnActivate;
+using enum OpeningSign;
+
+// Seen on the panels themselves; what the columns mean stands at the enumerations.
+constexpr std::array rows{
+    same(u"gnome-shell", {label, requestMenu, openedEvent}),
+    same(u"notification-area-applet", {label, requestMenu, any}),
+    same(u"ayatana-indicator-application-service", {label, requestMenu, any}),
+    same(u"waybar", {wideIcon, requestMenu, any}),
+    same(u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any}),
+    same(u"taffybar", {wideIcon, requestMenu, any}),
+    Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}, {square, requestMenu, any}},
+    same(u"kded5", {square, refuse, any}),
+    same(u"kded6", {square, refuse, any}),
+    same(u"plasmashell", {square, refuse, any}),
+    same(u"lxqt-panel", {square, requestMenu, any}),
+};
+
+} // namespace
+
+HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept {
+    for (const auto& row : rows) {
+        if (row.executable == executable) {
+            return windowSystem == WindowSystem::x11 ? row.onX11 : row.elsewhere;
+        }
+    }
+    return {};
+}
+
+TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept {
+    return windowSystem == WindowSystem::x11 ? dockedWindow : label;
+}
+
+} // namespace quillo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QStringView>
+
+namespace quillo {
+
+/// How a panel gets to show the item's text.
+enum class TextWay {
+    label,        ///< as the label beside the icon (`XAyatanaLabel`)
+    wideIcon,     ///< painted into a wide icon
+    dockedWindow, ///< painted into a window docked in the panel's XEmbed tray
+    square,       ///< in tool tip and title only: the panel cuts everything to a square
+};
+
+/// What a panel is told that calls `Activate` although the item is only a menu.
+enum class OnActivate {
+    requestMenu, ///< nothing; the program shows its own menu
+    refuse,      ///< an error, upon which the panel opens the menu itself
+};
+
+/// Which messages of a panel mean that the user opened the menu.
+enum class OpeningSign {
+    any,         ///< `AboutToShow`, `AboutToShowGroup` or the "opened" event on the root
+    openedEvent, ///< only the event: this panel also sends `AboutToShow` with nobody opening anything
+};
+
+enum class WindowSystem { x11, other };
+
+struct HostTraits {
+    TextWay textWay = TextWay::label;
+    OnActivate onActivate = OnActivate::requestMenu;
+    OpeningSign openingSign = OpeningSign::any;
+
+    [[nodiscard]] friend bool operator==(const HostTraits&, const HostTraits&) = default;
+};
+
+/// What is known of the program that owns the name of the status notifier watcher. `executable` is the base
+/// name of its file; one that is not known, or empty because it cannot be read, counts as a panel that shows
+/// labels.
+[[nodiscard]] HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept;
+
+/// The way while nobody owns the watcher's name: an XEmbed tray can still show a docked window.
+[[nodiscard]] TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept;
+
+} // namespace quillo

@@ -1,0 +1,258 @@
+#include "platform/tray/MenuTree.h"
+
+#include "platform/tray/PlainText.h"
+
+#include <algorithm>
+
+namespace quillo {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+dbus::Shortcut chords(const QKeySequence& sequence) {
+    dbus::Shortcut all;
+    for (int index = 0; index < sequence.count(); ++index) {
+        const auto combination = sequence[static_cast<uint>(index)];
+        const auto modifiers = combination.keyboardModifiers();
+        QStringList keys;
+        if (modifiers & Qt::ControlModifier) {
+            keys += u"Control"_s;
+        }
+        if (modifiers & Qt::AltModifier) {
+            keys += u"Alt"_s;
+        }
+        if (modifiers & Qt::ShiftModifier) {
+            keys += u"Shift"_s;
+        }
+        if (modifiers & Qt::MetaModifier) {
+            keys += u"Super"_s;
+        }
+        keys += QKeySequence(combination.key()).toString(QKeySequence::PortableText);
+        all += keys;
+    }
+    return all;
+}
+
+QString disposition(MenuEntry::Style style) {
+    switch (style) {
+    case MenuEntry::Style::normal:
+        break;
+    case MenuEntry::Style::secondary:
+        return u"informative"_s;
+    case MenuEntry::Style::orange:
+        return u"warning"_s;
+    case MenuEntry::Style::red:
+        return u"alert"_s;
+    }
+    return {};
+}
+
+QVariantMap shownProperties(const MenuEntry& entry) {
+    QVariantMap shown;
+    if (entry.kind == MenuEntry::Kind::divider) {
+        shown[u"type"_s] = u"separator"_s;
+        return shown;
+    }
+    shown[u"label"_s] = menuLabel(entry.text);
+    if (entry.kind == MenuEntry::Kind::text) {
+        shown[u"enabled"_s] = false;
+    }
+    if (entry.kind == MenuEntry::Kind::submenu) {
+        shown[u"children-display"_s] = u"submenu"_s;
+    }
+    if (entry.check != MenuEntry::CheckState::none) {
+        shown[u"toggle-type"_s] = u"checkmark"_s;
+        shown[u"toggle-state"_s] = entry.check == MenuEntry::CheckState::on ? 1 : 0;
+    }
+    if (!entry.shortcut.isEmpty()) {
+        shown[u"shortcut"_s] = QVariant::fromValue(chords(entry.shortcut));
+    }
+    if (!entry.help.isEmpty()) {
+        shown[u"accessible-desc"_s] = plainLine(u"%1. %2"_s.arg(entry.text, entry.help));
+    }
+    if (const auto named = disposition(entry.style); !named.isEmpty()) {
+        shown[u"disposition"_s] = named;
+    }
+    return shown;
+}
+
+QVariantMap selected(const QVariantMap& properties, const QStringList& names) {
+    if (names.isEmpty()) {
+        return properties;
+    }
+    QVariantMap wanted;
+    for (const auto& name : names) {
+        if (const auto found = properties.constFind(name); found != properties.cend()) {
+            wanted.insert(name, *found);
+        }
+    }
+    return wanted;
+}
+
+// The defaults of the properties that libdbusmenu documents.
+const QVariantMap& defaults() {
+    static const QVariantMap values{
+        {u"type"_s, u"standard"_s},
+        {u"label"_s, QString()},
+        {u"enabled"_s, true},
+        {u"visible"_s, true},
+        {u"icon-name"_s, QString()},
+        {u"icon-data"_s, QByteArray()},
+        {u"accessible-desc"_s, QString()},
+        {u"toggle-type"_s, QString()},
+        {u"toggle-state"_s, -1},
+        {u"children-display"_s, QString()},
+        {u"shortcut"_s, QVariant::fromValue(dbus::Shortcut())},
+        {u"disposition"_s, u"normal"_s},
+    };
+    return values;
+}
+
+void compare(int id, const QVariantMap& before, const QVariantMap& after, MenuTree::Change& change) {
+    dbus::MenuItem updated{id};
+    for (auto property = after.cbegin(); property != after.cend(); ++property) {
+        if (before.value(property.key()) != property.value()) {
+            updated.properties.insert(property.key(), property.value());
+        }
+    }
+    dbus::RemovedProperty removed{id};
+    for (auto property = before.cbegin(); property != before.cend(); ++property) {
+        if (!after.contains(property.key())) {
+            removed.names.append(property.key());
+        }
+    }
+    if (!updated.properties.isEmpty()) {
+        change.updated.append(updated);
+    }
+    if (!removed.names.isEmpty()) {
+        change.removed.append(removed);
+    }
+}
+
+} // namespace
+
+MenuTree::MenuTree() {
+    dbus::registerTypes();
+    top.entry.kind = MenuEntry::Kind::submenu;
+    top.properties[u"children-display"_s] = u"submenu"_s;
+    nodes.insert(root, &top);
+}
+
+MenuTree::Change MenuTree::replace(Menu menu) {
+    Change change;
+    replaceChildren(top, std::move(menu), change);
+    if (change.layoutParent) {
+        ++currentRevision;
+    }
+    return change;
+}
+
+std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
+    auto node = std::make_unique<Node>();
+    node->id = ++lastId;
+    nodes.insert(node->id, node.get());
+    auto children = std::exchange(entry.children, {});
+    node->properties = shownProperties(entry);
+    node->entry = std::move(entry);
+    for (auto& child : children) {
+        node->children.push_back(create(std::move(child)));
+    }
+    return node;
+}
+
+void MenuTree::update(Node& node, MenuEntry entry, Change& change) {
+    auto children = std::exchange(entry.children, {});
+    if (!(node.entry == entry)) {
+        auto properties = shownProperties(entry);
+        compare(node.id, node.properties, properties, change);
+        node.properties = std::move(properties);
+    }
+    node.entry = std::move(entry);
+    replaceChildren(node, std::move(children), change);
+}
+
+void MenuTree::replaceChildren(Node& parent, Menu entries, Change& change) {
+    auto before = std::exchange(parent.children, {});
+    const auto countBefore = before.size();
+    auto moved = entries.size() != countBefore;
+    // Everything left of this has been taken over, so that an unchanged menu costs one comparison an entry.
+    std::size_t firstLeft = 0;
+    for (auto& entry : entries) {
+        const auto same =
+            std::find_if(before.begin() + static_cast<std::ptrdiff_t>(firstLeft), before.end(),
+                         [&entry](const auto& node) {
+                             return node && node->entry.kind == entry.kind && node->entry.key == entry.key;
+                         });
+        const auto index = static_cast<std::size_t>(same - before.begin());
+        moved = moved || index != parent.children.size();
+        if (same == before.end()) {
+            parent.children.push_back(create(std::move(entry)));
+            continue;
+        }
+        parent.children.push_back(std::move(*same));
+        update(*parent.children.back(), std::move(entry), change);
+        while (firstLeft < countBefore && !before[firstLeft]) {
+            ++firstLeft;
+        }
+    }
+    for (const auto& node : before) {
+        if (node) {
+            forget(*node);
+        }
+    }
+    if (moved) {
+        change.layoutParent = change.layoutParent ? root : parent.id;
+    }
+}
+
+void MenuTree::forget(const Node& node) {
+    nodes.remove(node.id);
+    for (const auto& child : node.children) {
+        forget(*child);
+    }
+}
+
+dbus::MenuLayout MenuTree::layout(const Node& node, int depth, const QStringList& names) {
+    dbus::MenuLayout shown{node.id, selected(node.properties, names)};
+    if (depth != 0) {
+        shown.children.reserve(static_cast<qsizetype>(node.children.size()));
+        for (const auto& child : node.children) {
+            shown.children.append(layout(*child, depth - 1, names));
+        }
+    }
+    return shown;
+}
+
+std::optional<dbus::MenuLayout> MenuTree::layout(int id, int depth, const QStringList& names) const {
+    const auto* node = nodes.value(id);
+    if (!node) {
+        return std::nullopt;
+    }
+    return layout(*node, depth, names);
+}
+
+dbus::MenuItems MenuTree::properties(const QList<int>& ids, const QStringList& names) const {
+    dbus::MenuItems items;
+    for (const auto id : ids.isEmpty() ? nodes.keys() : ids) {
+        if (const auto* node = nodes.value(id)) {
+            items.append({id, selected(node->properties, names)});
+        }
+    }
+    return items;
+}
+
+std::optional<QVariant> MenuTree::property(int id, const QString& name) const {
+    const auto* node = nodes.value(id);
+    if (!node || !defaults().contains(name)) {
+        return std::nullopt;
+    }
+    return node->properties.value(name, defaults().value(name));
+}
+
+std::function<void()> MenuTree::action(int id) const {
+    const auto* node = nodes.value(id);
+    return node && node->entry.kind == MenuEntry::Kind::button ? node->entry.action : std::function<void()>();
+}
+
+} // namespace quillo

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "platform/tray/HostTable.h"
+#include "platform/tray/MenuEntry.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QPoint>
+#include <QString>
+
+#include <memory>
+
+namespace quillo {
+
+class DBusMenu;
+class HostRegistration;
+class StatusNotifierItem;
+
+/// What the item shows on the panel.
+struct StatusItemContent {
+    /// A symbol by name, such as "exclamationmark.circle"; see `symbolIconName`.
+    QString symbol = {};
+    QString text = {};
+    /// The widest text to be expected in place of `text`; panels reserve its width, so that their other items
+    /// do not move with every change. Empty: `text` with its digits at their widest.
+    QString guide = {};
+
+    [[nodiscard]] friend bool operator==(const StatusItemContent&, const StatusItemContent&) = default;
+};
+
+/// The program's item on the panel, with symbol, text and menu: `org.kde.StatusNotifierItem` at
+/// `/StatusNotifierItem` and `com.canonical.dbusmenu` at `/MenuBar` of the given connection.
+///
+/// Panels may start late, come again any number of times, or never come; nothing here waits for one, polls or
+/// blocks. Setting what is shown already sends nothing. For the thread that runs the main event loop.
+class StatusItem final : public QObject {
+    Q_OBJECT
+public:
+    /// `connection` may be a closed one; then nothing is ever shown.
+    explicit StatusItem(const QDBusConnection& connection, QObject* parent = nullptr);
+    ~StatusItem() override;
+
+    void setContent(const StatusItemContent& content);
+
+    /// Replaces the menu. Actions are replaced also where what is shown stays the same.
+    void setMenu(Menu menu);
+
+    /// Puts the item on the panel and on every panel to come, until it is destroyed. Content and menu should
+    /// be set before.
+    void show();
+
+    /// Whether a panel has taken the item.
+    [[nodiscard]] bool isOnPanel() const noexcept;
+
+    /// How the present panel gets to show the text. All ways are served with a label at present.
+    [[nodiscard]] TextWay textWay() const noexcept { return way; }
+
+Q_SIGNALS:
+    /// The user opened the menu; once for each opening.
+    void menuBeganTracking();
+
+    /// The panel hands over the right to raise a window for the click that follows (xdg-activation).
+    void activationTokenReceived(const QString& token);
+
+    /// The user clicked on a panel that leaves showing the menu to the program. `position` is what the panel
+    /// says; some say nonsense, so that the pointer is the better place.
+    void menuRequested(const QPoint& position);
+
+    /// `isOnPanel` or `textWay` changed.
+    void panelChanged();
+
+private:
+    void serve(const HostTraits& traits);
+    void render();
+
+    QDBusConnection connection;
+    std::unique_ptr<StatusNotifierItem> item;
+    std::unique_ptr<DBusMenu> menu;
+    std::unique_ptr<HostRegistration> registration;
+    StatusItemContent content;
+    TextWay way;
+};
+
+} // namespace quillo
