@@ -84,13 +84,18 @@ private:
     std::unique_ptr<Clock::Timer> timer;
 };
 
-/// Waits for work on another thread. Dropping it forgets the result; the work itself goes on.
-/// Throws what the work threw (exceptions need `QPromise::setException`).
+/// Waits for the result of work on another thread. Dropping it forgets the result; the work itself goes on.
+/// Work that is abandoned without a result (its promise is destroyed or cancelled) leaves the coroutine
+/// waiting.
 template <typename T>
 class UntilFinished {
 public:
     explicit UntilFinished(QFuture<T> work) : future(std::move(work)) {
-        QObject::connect(&watcher, &QFutureWatcherBase::finished, &event.context(), [this] { event.fire(); });
+        QObject::connect(&watcher, &QFutureWatcherBase::finished, &event.context(), [this] {
+            if (!future.isCanceled()) {
+                event.fire();
+            }
+        });
         watcher.setFuture(future);
     }
 

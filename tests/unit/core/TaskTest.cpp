@@ -266,6 +266,22 @@ private Q_SLOTS:
         QCOMPARE(thread, QThread::currentThread());
     }
 
+    void workThatIsAbandonedLeavesTheTaskWaitingAndHarmless() {
+        auto promise = std::make_unique<QPromise<int>>();
+        promise->start();
+        bool resumed = false;
+        auto read = [&resumed](QFuture<int> future) -> Task<> {
+            UntilFinished<int> work(std::move(future));
+            co_await work;
+            resumed = true;
+        };
+        auto task = read(promise->future());
+        promise.reset();
+        drainEvents();
+        QVERIFY(!resumed);
+        task.cancel();
+    }
+
     void destroyingTheOwnerOfARunningTaskIsSafe() {
         ManualClock clock;
         int living = 0;
