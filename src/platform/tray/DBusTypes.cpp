@@ -114,6 +114,10 @@ void registerTypes() {
     qDBusRegisterMetaType<MenuEvents>();
     qDBusRegisterMetaType<QList<int>>();
     qDBusRegisterMetaType<Shortcut>();
+    // Qt's adaptors look the parameters of signals and slots up by the names that they are spelled with.
+    qRegisterMetaType<MenuEvents>("quillo::dbus::MenuEvents");
+    qRegisterMetaType<MenuItems>("quillo::dbus::MenuItems");
+    qRegisterMetaType<RemovedProperties>("quillo::dbus::RemovedProperties");
 }
 
 } // namespace quillo::dbus
