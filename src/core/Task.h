@@ -1,5 +1,7 @@
 #pragma once
 
+#include <version> // first: moc cannot read GCC 12's <coroutine> otherwise
+
 #include <coroutine>
 #include <exception>
 #include <optional>
