@@ -61,16 +61,11 @@ def desktop(make_desktop):
 
 
 @pytest.fixture
-def late_watcher(desktop):
-    """A scripted panel that the test starts when it likes."""
-    return Watcher(desktop.bus)
-
-
-@pytest.fixture
-def watcher(late_watcher):
+def watcher(desktop):
     """A scripted panel that is there before any program starts."""
-    late_watcher.start()
-    return late_watcher
+    panel = Watcher(desktop.bus)
+    panel.start()
+    return panel
 
 
 @pytest.fixture

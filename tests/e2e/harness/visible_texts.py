@@ -1,8 +1,7 @@
-"""Prints as JSON what accessible applications of this session show: {application: {"texts": […], "guests": N}}.
+"""Prints every text that accessible applications of this session show, one JSON line.
 
 Runs as a program of its own inside the session, because the accessibility library belongs to one bus for
-the life of a process. The texts are those a screen reader would read out; guests are the parts of the
-application's windows that other processes fill in.
+the life of a process. The texts are those an assistive technology would read out: object names and contents.
 """
 
 import json
@@ -10,24 +9,20 @@ import json
 import pyatspi
 
 
-def look_below(accessible, owner, seen):
+def texts_below(accessible, found):
     for index in range(accessible.childCount):
         child = accessible.getChildAtIndex(index)
         if child is None:
             continue
         if child.name:
-            seen["texts"].append(child.name)
-        if child.app.bus_name != owner:
-            seen["guests"] += 1
-        look_below(child, child.app.bus_name, seen)
+            found.append(child.name)
+        texts_below(child, found)
 
 
 def main():
-    applications = {}
-    for application in pyatspi.Registry.getDesktop(0):
-        seen = applications.setdefault(application.name, {"texts": [], "guests": 0})
-        look_below(application, application.app.bus_name, seen)
-    print(json.dumps(applications))
+    found = []
+    texts_below(pyatspi.Registry.getDesktop(0), found)
+    print(json.dumps(found))
 
 
 if __name__ == "__main__":
