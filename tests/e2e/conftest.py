@@ -61,11 +61,16 @@ def desktop(make_desktop):
 
 
 @pytest.fixture
-def watcher(desktop):
+def late_watcher(desktop):
+    """A scripted panel that the test starts when it likes."""
+    return Watcher(desktop.bus)
+
+
+@pytest.fixture
+def watcher(late_watcher):
     """A scripted panel that is there before any program starts."""
-    panel = Watcher(desktop.bus)
-    panel.start()
-    return panel
+    late_watcher.start()
+    return late_watcher
 
 
 @pytest.fixture

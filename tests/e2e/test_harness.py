@@ -1,10 +1,11 @@
 """The desktop that the other tests rely on, shown to work with a status item of a dozen lines."""
 
 import pathlib
+import urllib.request
 
 import pytest
 
-from harness.desktop import Desktop
+from harness.desktop import PROMPTER_SERVICES, SERVICES, Desktop
 from harness.keyring import Keyring, clear_secret, read_secret, store_secret
 from harness.listener import Listener
 from harness.panel import Panel
@@ -57,6 +58,26 @@ def test_locked_keyring_gives_no_secret(desktop):
     store_secret(desktop.environment, "app.quillo.Test", "api_key", "s3cret")
     desktop.keyring.lock()
     assert read_secret(desktop.environment, "app.quillo.Test", "api_key") is None
+
+
+def test_prompt_of_a_locked_keyring_can_be_answered(make_desktop):
+    desktop = make_desktop(services=SERVICES + PROMPTER_SERVICES)
+    store_secret(desktop.environment, "app.quillo.Test", "api_key", "s3cret")
+    desktop.keyring.lock()
+    command = ["secret-tool", "lookup", "service", "app.quillo.Test", "account", "api_key"]
+    log = desktop.folder / "secret-tool.log"
+    reader = desktop.keep(Child(command, environment=desktop.environment, log=log))
+    desktop.keyring.answer_prompt(desktop.display)
+    assert reader.wait() == 0
+    assert reader.output() == "s3cret"
+
+
+def test_sandbox_answers_and_notes_what_it_was_asked(sandbox):
+    sandbox.scenario(totalOwed=5)
+    with urllib.request.urlopen(f"{sandbox.http}/help", timeout=10) as answer:
+        assert answer.status == 200
+    assert [entry["path"] for entry in sandbox.requests()] == ["/help"]
+    assert sandbox.issue_refresh_token()
 
 
 def test_session_without_keyring_has_no_secret_service(make_desktop):

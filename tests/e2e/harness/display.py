@@ -50,6 +50,23 @@ class Display:
         command += ["-define", "png:exclude-chunks=date,time", "png:-"]
         return subprocess.run(command, env=self._environment, check=True, capture_output=True, timeout=30).stdout
 
+    def type_into(self, window_class, text):
+        """Waits for a window of that class, types the text into it and presses Return."""
+
+        def window():
+            found = self._xdotool("search", "--onlyvisible", "--class", window_class)
+            return found.stdout.split()
+
+        identifier = wait_until(window, f"a window of {window_class}")[-1]
+        self._xdotool("windowfocus", "--sync", identifier)
+        self._xdotool("type", "--window", identifier, text)
+        self._xdotool("key", "--window", identifier, "Return")
+
+    def _xdotool(self, *arguments):
+        return subprocess.run(
+            ["xdotool", *arguments], env=self._environment, capture_output=True, text=True, check=False, timeout=30
+        )
+
     def stop(self):
         if self._manager:
             self._manager.stop()

@@ -71,6 +71,11 @@ class KeyringDaemon:
         )
         wait_until(self._collection_is_locked, "the locked collection")
 
+    def answer_prompt(self, display):
+        """Types the password into the prompt that asks for it."""
+        display.type_into("gcr-prompter", PASSWORD)
+        wait_until(lambda: self._collection_is_locked() is False, "the unlocked collection")
+
     def stop(self):
         self._daemon.stop()
 

@@ -2,6 +2,8 @@
 
 from gi.repository import Gio
 
+from .waiting import wait_until
+
 
 class Listener:
     """Accepts connections on a free port of 127.0.0.1 and counts them; answers nothing."""
@@ -22,6 +24,9 @@ class Listener:
         self.connections += 1
         self._accepted.append(connection)
         return True
+
+    def wait_for_connection(self):
+        wait_until(lambda: self.connections, f"a connection to port {self.port}")
 
     def stop(self):
         self._service.stop()

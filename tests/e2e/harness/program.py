@@ -4,7 +4,7 @@ import json
 import os
 import pathlib
 
-from .keyring import read_secret, store_secret
+from .keyring import clear_secret, read_secret, store_secret
 from .processes import Child
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
@@ -41,10 +41,13 @@ class Quillo:
     def read_secret(self, account):
         return read_secret(self._desktop.environment, APPLICATION_ID, account)
 
+    def clear_secret(self, account):
+        clear_secret(self._desktop.environment, APPLICATION_ID, account)
+
     def start(self, **environment):
-        """Starts the program; keyword arguments override variables of the session."""
+        """Starts the program, in United States English; keyword arguments override variables of the session."""
         log = self._desktop.folder / "quillo.log"
-        variables = {**self._desktop.environment, **environment}
+        variables = {**self._desktop.environment, "LC_ALL": "en_US.UTF-8", **environment}
         self._child = Child([str(executable())], environment=variables, log=log)
         self._desktop.callback(self._child.stop)
 
@@ -55,6 +58,11 @@ class Quillo:
     def output(self):
         """What the program wrote to its standard streams."""
         return self._child.output()
+
+    def ends_on(self, signal):
+        """Sends a signal and returns the exit status that follows."""
+        os.kill(self._child.pid, signal)
+        return self._child.wait()
 
     def wait_for_end(self, *, timeout=15.0):
         return self._child.wait(timeout=timeout)

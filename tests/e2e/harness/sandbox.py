@@ -9,6 +9,7 @@ import urllib.request
 
 from .display import required_program
 from .processes import Child
+from .waiting import wait_until
 
 _PROGRAM = pathlib.Path(__file__).resolve().parents[3] / "sandbox/server.mjs"
 
@@ -48,20 +49,38 @@ class Sandbox:
         self.password = facts["password"]
 
     def scenario(self, **changes):
-        """Switches what the backend answers from now on; see the sandbox's README for the names."""
+        """Switches what the sandbox answers from now on; its README describes the keys."""
         return self._request("POST", "/sandbox/scenario", json.dumps(changes).encode())
 
-    def timeline(self):
-        """The live ledger as the backend gives it to a program."""
-        return self._request("GET", "/api/timeline")
+    def issue_refresh_token(self):
+        """A refresh token as a sign-in in the browser would have given."""
+        return self.scenario(issueTokensFor=self.email)["issued"]["refreshToken"]
+
+    def requests(self, path=None):
+        """Every request so far in order, as the sandbox's log notes them; `path` picks some."""
+        entries = self._request("GET", "/sandbox/log")["requests"]
+        return [entry for entry in entries if path in (None, entry["path"])]
+
+    def backend_requests(self):
+        return [entry for entry in self.requests() if entry["listener"] != "identity"]
+
+    def wait_for_requests(self, count, path="/api/timeline", *, timeout=15.0):
+        """Waits until `path` has been asked for and answered at least `count` times; returns those requests."""
+
+        def answered():
+            entries = [entry for entry in self.requests(path) if entry["status"] is not None]
+            return entries if len(entries) >= count else None
+
+        return wait_until(
+            answered, lambda: f"{count} of {path}; so far {len(self.requests(path))}", timeout=timeout
+        )
 
     def _request(self, method, path, body=None):
         request = urllib.request.Request(self.http + path, data=body, method=method)
-        request.add_header("X-API-Key", self.api_key)
         if body is not None:
             request.add_header("Content-Type", "application/json")
         with urllib.request.urlopen(request, timeout=10) as answer:
-            return json.loads(answer.read() or b"null")
+            return json.load(answer)
 
     def stop(self):
         self._server.stop()

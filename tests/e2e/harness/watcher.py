@@ -144,7 +144,7 @@ class StatusItem:
 
     def wait_for(self, icon, label, *, timeout=15.0):
         """Waits until the item shows exactly this icon and text."""
-        wanted = (f"quillo-{icon.replace('.', '-')}-symbolic", label)
+        wanted = _as_shown(icon, label)
         wait_until(
             lambda: self.shown() == wanted, lambda: f"{wanted}, but the item shows {self.shown()}", timeout=timeout
         )
@@ -154,6 +154,20 @@ class StatusItem:
         revision, root = self.menu_call("GetLayout", GLib.Variant("(iias)", (0, -1, [])))
         assert revision >= 0
         return _entry(root)
+
+    def open_menu(self):
+        """Tells the program that the user opens the menu, as an indicator applet does."""
+        self.menu_call("AboutToShowGroup", GLib.Variant("(ai)", ([0],)))
+
+    def open_menu_until(self, icon, label, *, timeout=15.0):
+        """Opens the menu again and again until the item shows exactly this icon and text."""
+        wanted = _as_shown(icon, label)
+
+        def opened():
+            self.open_menu()
+            return self.shown() == wanted
+
+        wait_until(opened, lambda: f"{wanted}, but the item shows {self.shown()}", timeout=timeout)
 
     def activate_menu(self, label):
         """Clicks the first enabled entry with this text."""
@@ -166,6 +180,10 @@ class StatusItem:
 
     def menu_call(self, method, arguments):
         return call(self._connection, self._bus_name, self.read("Menu"), MENU, method, arguments)
+
+
+def _as_shown(icon, label):
+    return (f"quillo-{icon.replace('.', '-')}-symbolic", label)
 
 
 def _entry(layout):

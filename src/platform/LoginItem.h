@@ -1,0 +1,60 @@
+#pragma once
+
+#include "core/LocalizedError.h"
+
+#include <QString>
+
+namespace quillo {
+
+enum class LoginItemStatus {
+    /// There is no entry, or one that starts nothing.
+    notRegistered,
+    /// The desktop starts the program when the user logs in.
+    enabled,
+    /// There is an entry, and the user switched it off in the desktop's own settings.
+    requiresApproval,
+    /// The program is not installed: its desktop file is in no folder that desktops look in.
+    notFound,
+};
+
+/// The login item could not be changed; carries what stood in the way.
+class LoginItemError final : public LocalizedError {
+public:
+    using LocalizedError::LocalizedError;
+};
+
+/// Starts the program when the user logs in, by an entry in the user's autostart folder
+/// (Desktop Application Autostart Specification).
+///
+/// Nothing is kept in memory: each call looks at the file and the environment as they are then. Every call
+/// reads or writes one small local file.
+class LoginItem {
+public:
+    /// The login item of the running program.
+    [[nodiscard]] static LoginItem mainApp();
+
+    /// `applicationId` names the entry and the desktop file; `program` is the absolute path that is started.
+    LoginItem(QString applicationId, QString program);
+
+    [[nodiscard]] LoginItemStatus status() const;
+
+    /// Writes the entry, unless one that starts something is there already. An entry that the user switched
+    /// off stays as it is. Throws `LoginItemError`.
+    void register_() const;
+
+    /// Takes the entry away. One that the user switched off stays, so that it stays off. Throws
+    /// `LoginItemError`.
+    void unregister() const;
+
+    /// `$XDG_CONFIG_HOME/autostart/APPLICATION-ID.desktop`.
+    [[nodiscard]] QString entryPath() const;
+
+private:
+    [[nodiscard]] bool isInstalled() const;
+    [[nodiscard]] QByteArray entryText() const;
+
+    QString applicationId;
+    QString program;
+};
+
+} // namespace quillo
