@@ -1,5 +1,7 @@
 #include "platform/ActivationToken.h"
 
+#include <QtGlobal>
+
 #include <utility>
 
 namespace quillo {
@@ -12,6 +14,11 @@ QString& offered() {
 }
 
 } // namespace
+
+QString ActivationToken::ofLaunch() {
+    const auto token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
 
 void ActivationToken::offer(const QString& token) {
     offered() = token;

@@ -15,6 +15,11 @@ public:
     /// Makes `token` the one to be used next; an empty one withdraws an older one.
     static void offer(const QString& token);
 
+    /// The token that this process was launched with (`XDG_ACTIVATION_TOKEN`, else `DESKTOP_STARTUP_ID`),
+    /// empty without one. To be called before there is a `QGuiApplication`, which takes it out of the
+    /// environment.
+    [[nodiscard]] static QString ofLaunch();
+
     /// The token offered last, empty when there is none. It can be taken once.
     [[nodiscard]] static QString take();
 };
