@@ -5,8 +5,8 @@
 buildPackages=(
     g++ cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-base-private-dev qt6-svg-dev
-    libsimdjson-dev libicu-dev libsecret-1-dev zlib1g-dev
-    libxcb1-dev libxcb-keysyms1-dev
+    libsimdjson-dev libicu-dev libsecret-1-dev libglib2.0-dev zlib1g-dev
+    libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev
 )
 
 # Running it against the local sandbox. Node.js and npm are installed by installNode in scripts/setup.
@@ -33,4 +33,5 @@ testPackages=(
     python3-pytest python3-dbusmock python3-pyatspi python3-selenium
     chromium chromium-driver openssl
     libbenchmark-dev
+    dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
 )
