@@ -9,11 +9,11 @@ buildPackages=(
     libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev
 )
 
-# Running it against the local sandbox. Node.js and npm are installed by installNode in scripts/setup.
+# Running it against the local sandbox. scripts/setup adds Node.js and npm where they are missing.
 runPackages=(
     ca-certificates dbus xdg-utils
     libqt6svg6 libxcb-cursor0
-    libsecret-tools python3
+    libsecret-tools python3-gi gir1.2-glib-2.0
 )
 
 # A desktop of its own where there is no display: X server, window manager, panel, secret store,
@@ -24,13 +24,13 @@ desktopPackages=(
     adwaita-icon-theme librsvg2-common fonts-dejavu-core
     gnome-keyring gcr
     at-spi2-core imagemagick xdotool
-    python3-gi gir1.2-glib-2.0 gir1.2-atspi-2.0
+    python3-pyatspi gir1.2-atspi-2.0
 )
 
 # Checking and testing.
 testPackages=(
     shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
-    python3-pytest python3-dbusmock python3-pyatspi python3-selenium
+    python3-pytest python3-dbusmock python3-selenium
     chromium chromium-driver openssl
     libbenchmark-dev
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal

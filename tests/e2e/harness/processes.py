@@ -21,6 +21,7 @@ class Child:
     def __init__(self, command, *, environment, log, stdin=subprocess.DEVNULL, stdout=None, pass_fds=()):
         self.name = os.path.basename(command[0])
         self.log = log
+        self._ended = False
         with open(log, "ab") as sink:
             self.process = subprocess.Popen(
                 command,
@@ -47,7 +48,9 @@ class Child:
             return file.read()
 
     def wait(self, *, timeout=15.0):
-        """Waits for the end and returns the exit status."""
+        """Waits for the end, without a deadline when `timeout` is None, and returns the exit status."""
+        if timeout is None:
+            return self.process.wait()
         wait_until(lambda: not self.running, f"{self.name} to end", timeout=timeout)
         return self.process.returncode
 
@@ -55,9 +58,12 @@ class Child:
         """Ends the program at once, as a crash would, its children too."""
         self._signal(signal.SIGKILL)
         self.process.wait()
+        self._ended = True
 
     def stop(self, *, grace=3.0):
         """Asks the program and its children to end; kills what is left after `grace` seconds."""
+        if self._ended:
+            return
         if self.process.stdin:
             self.process.stdin.close()
         self._signal(signal.SIGTERM)

@@ -45,9 +45,9 @@ class Quillo:
         clear_secret(self._desktop.environment, APPLICATION_ID, account)
 
     def start(self, **environment):
-        """Starts the program, in United States English; keyword arguments override variables of the session."""
+        """Starts the program; keyword arguments override variables of the session."""
         log = self._desktop.folder / "quillo.log"
-        variables = {**self._desktop.environment, "LC_ALL": "en_US.UTF-8", **environment}
+        variables = {**self._desktop.environment, **environment}
         self._child = Child([str(executable())], environment=variables, log=log)
         self._desktop.callback(self._child.stop)
 

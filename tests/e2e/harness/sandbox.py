@@ -1,7 +1,9 @@
 """The local backend and identity provider of the checkout's sandbox folder."""
 
+import contextlib
 import fcntl
 import json
+import os
 import pathlib
 import subprocess
 import tempfile
@@ -22,9 +24,8 @@ class Sandbox:
     """A running sandbox; port 0 takes any free one. It ends with this process whatever happens."""
 
     def __init__(self, folder, *, http_port=0, https_port=0, identity_port=0):
-        self._identity_lock = _lock_identity_port() if identity_port == FIXED_IDENTITY_PORT else None
         state = folder / "sandbox"
-        state.mkdir()
+        state.mkdir(exist_ok=True)
         command = [required_program("node"), str(_PROGRAM), "--die-with-stdin", "--state", str(state)]
         for option, port in (("http", http_port), ("https", https_port), ("identity", identity_port)):
             command += [f"--{option}-port", str(port)]
@@ -39,7 +40,7 @@ class Sandbox:
         ready = self._server.process.stdout.readline()
         if not ready:
             self.stop()
-            raise RuntimeError(f"the sandbox did not start:\n{self._server.output()}")
+            raise RuntimeError(f"the sandbox did not start: {self._server.output().strip()}")
         facts = json.loads(ready)
         self.http = facts["http"]
         self.https = facts["https"]
@@ -84,12 +85,12 @@ class Sandbox:
 
     def stop(self):
         self._server.stop()
-        if self._identity_lock:
-            self._identity_lock.close()
 
 
-def _lock_identity_port():
+@contextlib.contextmanager
+def turn_at_identity_port():
     """Waits until no other test of this machine uses the fixed port of the identity provider."""
-    lock = open(pathlib.Path(tempfile.gettempdir()) / "quillo-identity-port.lock", "w", encoding="ascii")
-    fcntl.flock(lock, fcntl.LOCK_EX)
-    return lock
+    path = pathlib.Path(tempfile.gettempdir()) / f"quillo-identity-port-{os.getuid()}.lock"
+    with open(path, "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        yield
