@@ -10,21 +10,23 @@
 namespace quillo {
 namespace {
 
-/// The texts of a ledger that come again and again, each stored once.
-class LedgerTexts {
+/// Texts of one member of the lines that come again and again, each stored once.
+class SharedTexts {
 public:
-    [[nodiscard]] const QString& date(std::string_view utf8) { return dates.value(utf8, stringFromUtf8); }
-
-    [[nodiscard]] Text shared(const std::optional<std::string_view>& utf8) {
-        if (!utf8) {
-            return {};
-        }
-        return texts.value(*utf8, Text::fromUtf8);
+    [[nodiscard]] Text text(const std::optional<std::string_view>& utf8) {
+        return utf8 ? pool.value(*utf8, Text::fromUtf8) : Text();
     }
 
 private:
+    TextPool<Text> pool;
+};
+
+struct LedgerTexts {
     TextPool<QString> dates;
-    TextPool<Text> texts;
+    SharedTexts merchants;
+    SharedTexts names;
+    SharedTexts accountMasks;
+    SharedTexts notes;
 };
 
 [[nodiscard]] Text unique(const std::optional<std::string_view>& utf8) {
@@ -40,15 +42,15 @@ private:
         line(value);
     return {
         .txnId = unique(line.optionalUtf8<"txn_id">()),
-        .date = texts.date(line.utf8<"date">()),
+        .date = texts.dates.value(line.utf8<"date">(), stringFromUtf8),
         .amount = line.number<"amount">(),
-        .merchant = texts.shared(line.optionalUtf8<"merchant">()),
-        .name = texts.shared(line.optionalUtf8<"name">()),
+        .merchant = texts.merchants.text(line.optionalUtf8<"merchant">()),
+        .name = texts.names.text(line.optionalUtf8<"name">()),
         .pending = line.optionalInteger<"pending">(),
         .runningBalance = line.number<"running_balance">(),
         .synthetic = line.optionalBoolean<"synthetic">(),
-        .accountMask = texts.shared(line.optionalUtf8<"account_mask">()),
-        .note = texts.shared(line.optionalUtf8<"note">()),
+        .accountMask = texts.accountMasks.text(line.optionalUtf8<"account_mask">()),
+        .note = texts.notes.text(line.optionalUtf8<"note">()),
     };
 }
 

@@ -124,7 +124,9 @@ JsonDocument::JsonDocument(QByteArray body) {
         length -= byteOrderMark.size();
     }
     constexpr bool copyFirst = false;
-    const auto error = length == 0 ? simdjson::EMPTY : parser.parse(start, length, copyFirst).get(top);
+    simdjson::dom::parser parser; // its indexes are as large as the body: they go before anything is decoded
+    const auto error = length == 0 ? simdjson::EMPTY
+                                   : parser.parse_into_document(document, start, length, copyFirst).get(top);
     if (error != simdjson::SUCCESS) {
         throw DecodingError(describe(error));
     }

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <type_traits>
@@ -104,7 +105,7 @@ public:
     [[nodiscard]] JsonValue root() const noexcept { return {top, JsonPath{}}; }
 
 private:
-    simdjson::dom::parser parser;
+    simdjson::dom::document document;
     simdjson::dom::element top;
 };
 
@@ -127,13 +128,13 @@ public:
     /// Throws when `value` is no object.
     explicit JsonMembers(const JsonValue& value) : here(value.path()) {
         const simdjson::dom::object object = value.object();
-        std::size_t next = 0;
-        for (auto field = object.begin(), end = object.end(); field != end; ++field) {
-            const std::size_t found = indexOf(field.key(), next);
-            if (found < names.size()) {
-                values[found] = field.value();
-                present |= bit(found);
-                next = found + 1 == names.size() ? 0 : found + 1;
+        auto field = object.begin();
+        const auto end = object.end();
+        takeInOrder(field, end, std::make_index_sequence<names.size()>());
+        for (; field != end; ++field) {
+            const auto* const found = std::find(names.begin(), names.end(), field.key());
+            if (found != names.end()) {
+                take(static_cast<std::size_t>(found - names.begin()), field);
             }
         }
     }
@@ -164,7 +165,7 @@ public:
     }
     template <JsonKey key>
     [[nodiscard]] std::optional<std::string_view> optionalUtf8() const {
-        return read<key>(&JsonValue::utf8);
+        return read<key, &JsonValue::utf8>();
     }
     template <JsonKey key>
     [[nodiscard]] QString text() const {
@@ -172,7 +173,7 @@ public:
     }
     template <JsonKey key>
     [[nodiscard]] std::optional<QString> optionalText() const {
-        return read<key>(&JsonValue::text);
+        return read<key, &JsonValue::text>();
     }
     template <JsonKey key>
     [[nodiscard]] double number() const {
@@ -180,7 +181,7 @@ public:
     }
     template <JsonKey key>
     [[nodiscard]] std::optional<double> optionalNumber() const {
-        return read<key>(&JsonValue::number);
+        return read<key, &JsonValue::number>();
     }
     template <JsonKey key>
     [[nodiscard]] std::int64_t integer() const {
@@ -188,7 +189,7 @@ public:
     }
     template <JsonKey key>
     [[nodiscard]] std::optional<std::int64_t> optionalInteger() const {
-        return read<key>(&JsonValue::integer);
+        return read<key, &JsonValue::integer>();
     }
     template <JsonKey key>
     [[nodiscard]] bool boolean() const {
@@ -196,7 +197,7 @@ public:
     }
     template <JsonKey key>
     [[nodiscard]] std::optional<bool> optionalBoolean() const {
-        return read<key>(&JsonValue::boolean);
+        return read<key, &JsonValue::boolean>();
     }
 
     /// See JsonValue::list.
@@ -214,19 +215,24 @@ private:
         return std::uint32_t{1} << position;
     }
 
-    /// Where `name` is in `names`, looking from `start` on and round; `names.size()` when nowhere.
-    [[nodiscard]] static std::size_t indexOf(std::string_view name, std::size_t start) noexcept {
-        for (std::size_t at = start; at < names.size(); ++at) {
-            if (names[at] == name) {
-                return at;
+    void take(std::size_t position, const simdjson::dom::object::iterator& field) noexcept {
+        values[position] = field.value();
+        present |= bit(position);
+    }
+
+    /// Takes fields as long as they come in the order of the list: a comparison with one constant each.
+    template <std::size_t... positions>
+    void takeInOrder(simdjson::dom::object::iterator& field, const simdjson::dom::object::iterator& end,
+                     std::index_sequence<positions...>) noexcept {
+        const auto takeIfNext = [&](auto position) {
+            constexpr std::string_view name = names[position()];
+            if (field != end && field.key_length() == name.size() &&
+                std::memcmp(field.key_c_str(), name.data(), name.size()) == 0) {
+                take(position(), field);
+                ++field;
             }
-        }
-        for (std::size_t at = 0; at < start; ++at) {
-            if (names[at] == name) {
-                return at;
-            }
-        }
-        return names.size();
+        };
+        (takeIfNext(std::integral_constant<std::size_t, positions>()), ...);
     }
 
     template <JsonKey key>
@@ -250,13 +256,12 @@ private:
         return {values[index<key>()], path<key>()};
     }
 
-    template <JsonKey key, typename T>
-    [[nodiscard]] std::optional<T> read(T (JsonValue::*as)() const) const {
-        const std::optional<JsonValue> member = optional<key>();
-        if (!member) {
+    template <JsonKey key, auto as>
+    [[nodiscard]] auto read() const -> std::optional<decltype((std::declval<JsonValue>().*as)())> {
+        if (!has<key>() || values[index<key>()].is_null()) {
             return std::nullopt;
         }
-        return ((*member).*as)();
+        return (value<key>().*as)();
     }
 
     [[noreturn]] static void refuseMissing(const JsonPath& path) {

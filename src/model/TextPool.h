@@ -9,8 +9,9 @@
 
 namespace quillo {
 
-/// Gives equal texts one shared value while a document is decoded. Lookups cost a hash and usually one
-/// comparison; the hash is seeded per process, so that no body can be written to collide.
+/// Gives equal texts one shared value while a document is decoded. A text that equals the one before it costs
+/// a comparison, any other a hash and usually a comparison; the hash is seeded per process, so that no body
+/// can be written to collide.
 ///
 /// The pool refers to the keys it was given: they have to outlive it.
 template <typename Value>
@@ -19,10 +20,14 @@ public:
     /// The value of `key`, which `make(key)` makes the first time.
     template <typename Make>
     [[nodiscard]] const Value& value(std::string_view key, Make make) {
+        if (used != 0 && slots[latest].key == key) {
+            return slots[latest].value;
+        }
         if ((used + 1) * 4 > slots.size() * 3) {
             grow();
         }
-        Slot& slot = find(key);
+        latest = find(key);
+        Slot& slot = slots[latest];
         if (!slot.taken) {
             slot = Slot{key, make(key), true};
             ++used;
@@ -37,13 +42,13 @@ private:
         bool taken = false;
     };
 
-    [[nodiscard]] Slot& find(std::string_view key) {
+    [[nodiscard]] std::size_t find(std::string_view key) const noexcept {
         const std::size_t mask = slots.size() - 1;
         std::size_t place = qHashBits(key.data(), key.size(), seed) & mask;
         while (slots[place].taken && slots[place].key != key) {
             place = (place + 1) & mask;
         }
-        return slots[place];
+        return place;
     }
 
     void grow() {
@@ -52,13 +57,14 @@ private:
         old.swap(slots);
         for (Slot& slot : old) {
             if (slot.taken) {
-                find(slot.key) = std::move(slot);
+                slots[find(slot.key)] = std::move(slot);
             }
         }
     }
 
     std::vector<Slot> slots; // its size is a power of two, or nothing yet
     std::size_t used = 0;
+    std::size_t latest = 0;
     std::size_t seed = QHashSeed::globalSeed();
 };
 
