@@ -1,0 +1,105 @@
+#include "platform/DefaultsFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QLockFile>
+#include <QSaveFile>
+
+#include <chrono>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace quillo {
+
+namespace {
+
+constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
+
+/// Others hold the lock for milliseconds; one that holds it for longer has hung.
+constexpr auto longestWaitForLock = 5s;
+
+/// Parents are made as the system likes, the last folder for its owner only.
+bool makeFolder(const QFileInfo& file) {
+    const QDir folder = file.dir();
+    if (folder.exists()) {
+        return true;
+    }
+    const QFileInfo parent(folder.path());
+    return QDir().mkpath(parent.path()) &&
+           (QDir().mkdir(folder.path(), ownerOnly | QFile::ExeOwner) || folder.exists());
+}
+
+} // namespace
+
+QJsonObject DefaultsFile::read() const {
+    return load().values;
+}
+
+bool DefaultsFile::merge(const QJsonObject& changes) const {
+    if (!makeFolder(QFileInfo(path))) {
+        return false;
+    }
+    QLockFile lock(path + ".lock"_L1);
+    if (!lock.tryLock(longestWaitForLock)) {
+        return false;
+    }
+    const auto before = load();
+    auto merged = before.values;
+    for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
+        merged.insert(change.key(), change.value());
+    }
+    if (before.state == State::readable && merged == before.values) {
+        return true;
+    }
+    // The new file is complete on the disk before the old one is touched.
+    QSaveFile file(path);
+    const auto contents = QJsonDocument(merged).toJson();
+    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(ownerOnly) ||
+        file.write(contents) != contents.size() || !file.flush()) {
+        return false;
+    }
+    if (before.state == State::damaged && !moveAside()) {
+        return false;
+    }
+    return file.commit();
+}
+
+std::optional<QJsonObject> DefaultsFile::parse(const QByteArray& contents) {
+    const auto document = QJsonDocument::fromJson(contents);
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
+}
+
+DefaultsFile::Contents DefaultsFile::load() const {
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        return {}; // nothing, or a link that leads nowhere yet
+    }
+    // Anything else might block or never end.
+    if (!info.isFile() || info.size() > largestSize) {
+        return {State::damaged, {}};
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {State::damaged, {}};
+    }
+    const auto contents = file.read(largestSize + 1);
+    if (file.error() != QFile::NoError) {
+        return {State::damaged, {}};
+    }
+    auto values = parse(contents);
+    return values ? Contents{State::readable, *values} : Contents{State::damaged, {}};
+}
+
+bool DefaultsFile::moveAside() const {
+    for (int number = 1;; ++number) {
+        const auto aside = u"%1.damaged-%2"_s.arg(path).arg(number);
+        if (!QFileInfo::exists(aside) && !QFileInfo(aside).isSymLink()) {
+            return QDir().rename(path, aside);
+        }
+    }
+}
+
+} // namespace quillo

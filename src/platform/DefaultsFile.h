@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+namespace quillo {
+
+/// The file of the user's settings: one JSON object, readable by its owner only.
+///
+/// Several processes may write it: each change is merged, under a lock beside the file, into what the file
+/// holds at that moment, and the file is replaced as a whole, so that a reader, or a process that is killed,
+/// leaves the old or the new one. Keys that nobody here knows are kept.
+///
+/// Something in the file's place that cannot be read as a JSON object counts as empty and is never
+/// overwritten: the next change moves it aside, to the same name with ".damaged-" and a number.
+class DefaultsFile {
+public:
+    /// A larger file is taken for damaged.
+    static constexpr qint64 largestSize = 1 << 20;
+
+    explicit DefaultsFile(QString file) : path(std::move(file)) {}
+
+    /// What the file holds; empty when there is none or when it is damaged.
+    [[nodiscard]] QJsonObject read() const;
+
+    /// Puts the changes in; false when that could not be done, and then the file is as it was. May wait for
+    /// other processes and for the disk.
+    [[nodiscard]] bool merge(const QJsonObject& changes) const;
+
+    /// The JSON object that `contents` is, if it is one. Of a repeated key the last counts.
+    [[nodiscard]] static std::optional<QJsonObject> parse(const QByteArray& contents);
+
+private:
+    enum class State { absent, readable, damaged };
+    struct Contents {
+        State state = State::absent;
+        QJsonObject values;
+    };
+
+    [[nodiscard]] Contents load() const;
+    [[nodiscard]] bool moveAside() const;
+
+    QString path;
+};
+
+} // namespace quillo
