@@ -1,6 +1,7 @@
 """What every whole-program test starts from."""
 
 import pathlib
+import re
 import shutil
 
 import pytest
@@ -25,7 +26,7 @@ def pytest_runtest_makereport(item):
 @pytest.fixture
 def artefacts(request):
     """A folder that outlives the test, for pictures and logs."""
-    folder = ARTEFACTS / request.node.name
+    folder = ARTEFACTS / re.sub(r"[^\w.-]+", "-", request.node.name)
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     return folder

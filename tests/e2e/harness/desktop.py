@@ -15,7 +15,7 @@ SERVICES = ("org.a11y.Bus", "org.xfce.Xfconf")
 PROMPTER_SERVICES = ("org.gnome.keyring.SystemPrompter",)
 
 # The only variables that programs of the private session inherit.
-_INHERITED = ("PATH", "ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS")
+_INHERITED = ("PATH", "QUILLO_PROGRAM", "ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS")
 
 
 class Desktop(contextlib.ExitStack):

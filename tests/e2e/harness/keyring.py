@@ -94,7 +94,11 @@ def store_secret(environment, service, account, secret):
 def clear_secret(environment, service, account):
     """Removes a secret; does nothing when there is none."""
     subprocess.run(
-        ["secret-tool", "clear", "service", service, "account", account], env=environment, check=False, timeout=15
+        ["secret-tool", "clear", "service", service, "account", account],
+        env=environment,
+        capture_output=True,
+        check=False,
+        timeout=15,
     )
 
 

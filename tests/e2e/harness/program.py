@@ -6,6 +6,7 @@ import pathlib
 
 from .keyring import clear_secret, read_secret, store_secret
 from .processes import Child
+from .waiting import wait_until
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 APPLICATION_ID = "app.quillo.Quillo.Demo"
@@ -59,6 +60,16 @@ class Quillo:
         """What the program wrote to its standard streams."""
         return self._child.output()
 
+    def wait_until_idle(self, *, polls=30):
+        """Waits until no thread of the program has run between `polls` looks in a row, or it has ended."""
+        looks = []
+
+        def idle():
+            looks.append(_context_switches(self._child.pid))
+            return not self.running or (len(looks) > polls and len(set(looks[-polls:])) == 1)
+
+        wait_until(idle, "the program to have nothing to do")
+
     def ends_on(self, signal):
         """Sends a signal and returns the exit status that follows."""
         os.kill(self._child.pid, signal)
@@ -69,3 +80,15 @@ class Quillo:
 
     def stop(self):
         self._child.stop()
+
+
+def _context_switches(pid):
+    """How often each thread of a process has given up or lost the processor so far."""
+    switches = []
+    for status in sorted(pathlib.Path(f"/proc/{pid}/task").glob("*/status")):
+        try:
+            lines = status.read_text().splitlines()
+        except OSError:
+            continue  # The thread has ended meanwhile.
+        switches.append((status.parent.name, *(line for line in lines if "ctxt_switches" in line)))
+    return tuple(switches)

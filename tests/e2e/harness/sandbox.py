@@ -88,9 +88,9 @@ class Sandbox:
 
 
 @contextlib.contextmanager
-def turn_at_identity_port():
-    """Waits until no other test of this machine uses the fixed port of the identity provider."""
-    path = pathlib.Path(tempfile.gettempdir()) / f"quillo-identity-port-{os.getuid()}.lock"
+def turn_at_fixed_ports():
+    """Waits until no other test of this machine uses the fixed ports."""
+    path = pathlib.Path(tempfile.gettempdir()) / f"quillo-fixed-ports-{os.getuid()}.lock"
     with open(path, "w", encoding="ascii") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         yield
