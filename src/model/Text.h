@@ -50,6 +50,8 @@ private:
     /// The bytes follow the block in the same allocation.
     struct Block : QSharedData {
         explicit Block(std::uint32_t length) noexcept : size(length) {}
+        // Made by placement in memory that is larger than the block, which sized deletion must not hear of.
+        // NOLINTNEXTLINE(misc-new-delete-overloads)
         static void operator delete(void* memory) { ::operator delete(memory); }
 
         [[nodiscard]] char* bytes() noexcept { return reinterpret_cast<char*>(this + 1); }
