@@ -51,6 +51,17 @@ void TaskScope::spawn(Task<void> task) {
     }
 }
 
+void TaskScope::spawnLater(std::function<Task<void>()> operation) {
+    const auto wait = [](std::function<Task<void>()> awaited) -> Task<void> {
+        OneShotEvent nextTurn;
+        nextTurn.fire();
+        co_await nextTurn;
+        auto task = awaited();
+        co_await task;
+    };
+    spawn(wait(std::move(operation)));
+}
+
 void TaskScope::cancelAll() {
     auto dropped = std::exchange(state->running, {});
     auto ended = std::exchange(state->ended, {});

@@ -339,6 +339,19 @@ private Q_SLOTS:
         QCOMPARE(scope.count(), 0U);
     }
 
+    void anOperationCanBeStartedOnTheNextTurn() {
+        TaskScope scope;
+        bool ran = false;
+        scope.spawnLater([&ran]() -> Task<> {
+            ran = true;
+            co_return;
+        });
+        QVERIFY(!ran);
+        QVERIFY(waitUntil([&] { return ran; }));
+        drainEvents();
+        QCOMPARE(scope.count(), 0U);
+    }
+
     void exceptionOfATaskNobodyAwaitsIsNotLost() {
         ManualClock clock;
         QString text;
