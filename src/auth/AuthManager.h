@@ -1,0 +1,85 @@
+#pragma once
+
+#include "auth/AuthState.h"
+#include "core/Clock.h"
+#include "core/Published.h"
+#include "core/Task.h"
+#include "core/TaskScope.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace quillo {
+
+class HTTPSession;
+class LoopbackListener;
+class SecretStore;
+class Workspace;
+
+/// Keeps the user signed in: exchanges codes and refresh tokens at the identity provider's token endpoint,
+/// holds the access token in memory and the refresh token in the secret store, and publishes the state for
+/// the views.
+///
+/// For the main thread; the secret store and the network are waited for without blocking it.
+class AuthManager : public ObservableObject {
+public:
+    /// `identityOrigin` is the provider's scheme and host, without a slash at the end.
+    AuthManager(Clock& clock, SecretStore& secrets, HTTPSession& session, const Workspace& workspace,
+                QString identityOrigin);
+    AuthManager(const AuthManager&) = delete;
+    AuthManager& operator=(const AuthManager&) = delete;
+    ~AuthManager();
+
+    Published<AuthState> state{*this, AuthState::signedOut()};
+    /// The last sign-in failure, for the user; absent when a new sign-in begins.
+    Published<std::optional<QString>> lastAuthError{*this, std::nullopt};
+
+    [[nodiscard]] bool isSignedIn() const { return state->isSignedIn(); }
+
+    /// Takes up a session that the secret store holds: `signedIn` when it has a refresh token. A store that
+    /// cannot be read leaves the state alone. Makes no request.
+    [[nodiscard]] Task<> restore();
+
+    /// An access token that is good for more than 30 seconds, renewed if need be.
+    ///
+    /// Throws AuthError: `notSignedIn` without a refresh token, `sessionExpired` when the renewal fails for
+    /// whatever reason, which also ends the session. Callers are not joined: two that find the token stale
+    /// both renew it.
+    [[nodiscard]] Task<QString> validAccessToken();
+
+    /// Signs the user in through their browser (RFC 8252: authorization code with PKCE, the redirect caught
+    /// on the loopback interface). Returns at once; `state` tells how it goes, and `lastAuthError` why it did
+    /// not. Does nothing while a sign-in is under way.
+    void signIn();
+
+    /// Ends the session, or the sign-in that is under way, and forgets its secrets. `lastAuthError` stays.
+    void signOut();
+
+private:
+    using Form = std::vector<std::pair<QByteArray, QString>>;
+
+    /// RFC 6749, section 3.2. Throws AuthError `tokenEndpoint` with the first 200 characters of a refusal's
+    /// body; transport and decoding errors pass through.
+    [[nodiscard]] Task<> exchange(Form form);
+
+    [[nodiscard]] Task<> signInFlow();
+    [[nodiscard]] Task<> runAuthorizationFlow();
+
+    Clock& clock;
+    SecretStore& secrets;
+    HTTPSession& session;
+    const Workspace& workspace;
+    QString identityOrigin;
+    std::optional<QString> accessToken;
+    Clock::Instant accessTokenExpiry = Clock::distantPast;
+    /// Counts sessions, so that what a request brings after the sign-out is not taken for the next session's.
+    int sessionNumber = 0;
+    std::unique_ptr<LoopbackListener> listener;
+    TaskScope flow; // last, so that the sign-in ends before what it uses
+};
+
+} // namespace quillo

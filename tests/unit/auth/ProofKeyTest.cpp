@@ -1,0 +1,41 @@
+#include "auth/ProofKey.h"
+
+#include <QRegularExpression>
+#include <QSet>
+#include <QTest>
+
+using namespace quillo;
+
+class ProofKeyTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theChallengeIsThatOfTheStandardsExample() {
+        // RFC 7636, appendix B
+        QCOMPARE(codeChallenge(QStringLiteral("dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk")),
+                 QStringLiteral("E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM"));
+    }
+
+    void aVerifierHas64CharactersAndItsChallenge43() {
+        const QRegularExpression base64Url(QStringLiteral("^[A-Za-z0-9_-]*$"));
+        const auto key = ProofKey::generate();
+        QCOMPARE(key.verifier.size(), 64);
+        QCOMPARE(key.challenge.size(), 43);
+        QVERIFY(base64Url.match(key.verifier).hasMatch());
+        QVERIFY(base64Url.match(key.challenge).hasMatch());
+        QCOMPARE(key.challenge, codeChallenge(key.verifier));
+    }
+
+    void aStateHas32CharactersAndNoTwoAreAlike() {
+        QSet<QString> seen;
+        for (int count = 0; count < 1000; ++count) {
+            const auto state = randomText(24);
+            QCOMPARE(state.size(), 32);
+            seen.insert(state);
+        }
+        QCOMPARE(seen.size(), 1000);
+    }
+};
+
+QTEST_GUILESS_MAIN(ProofKeyTest)
+#include "ProofKeyTest.moc"
