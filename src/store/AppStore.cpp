@@ -1,0 +1,192 @@
+#include "store/AppStore.h"
+
+#include "core/Awaiters.h"
+#include "net/APIClient.h"
+#include "net/SecretStore.h"
+#include "platform/LoginItem.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Workspace.h"
+
+#include <QUrl>
+
+#include <malloc.h>
+
+using namespace std::chrono_literals;
+
+namespace quillo {
+
+namespace {
+
+constexpr auto heartbeatInterval = 30s;
+
+/// How long the bank's answer takes to arrive at the backend, as a rule.
+constexpr auto bankRefreshDelay = 20s;
+
+/// From this many lines on, the pages of a ledger that was let go are worth giving back to the system.
+constexpr std::size_t largeLedger = 5'000;
+
+} // namespace
+
+AppStore::AppStore(const AppServices& surroundings)
+    : services(surroundings),
+      settings(services.defaults, services.secrets),
+      auth(services.clock, services.secrets, services.session, services.workspace, services.identityOrigin),
+      launchAtLogin(*this, services.loginItem.status() == LoginItemStatus::enabled,
+                    [this](bool enabled) { applyLaunchAtLogin(enabled); }) {
+    heartbeat =
+        services.clock.startTimer(heartbeatInterval, Clock::Repeat::forever, [this] { start(tick()); });
+    observeTriggers();
+    observations.push_back(auth.objectWillChange.observe([this] { objectWillChange.emit(); }));
+    observations.push_back(auth.state.observe(Published<AuthState>::Current::skip,
+                                              Published<AuthState>::Repeats::suppress,
+                                              [this](const auto& state) {
+                                                  if (state.isSignedIn()) {
+                                                      tasks.spawnLater([this] { return refresh(); });
+                                                  }
+                                              }));
+    observations.push_back(services.secrets.becameAvailable.observe([this] {
+        if (credentialsKnown) {
+            start(takeUpCredentials());
+        }
+    }));
+    start(startUp());
+}
+
+AppStore::~AppStore() = default;
+
+void AppStore::observeTriggers() {
+    for (const auto name : {notification::workspaceDidWake, notification::applicationDidBecomeActive,
+                            notification::menuDidBeginTracking}) {
+        observations.push_back(services.notifications.observe(name, [this] { start(tick()); }));
+    }
+}
+
+Task<> AppStore::startUp() {
+    // The user may be asked for their password here, and may leave that unanswered for hours.
+    co_await services.secrets.unlock();
+    co_await takeUpCredentials();
+}
+
+Task<> AppStore::takeUpCredentials() {
+    co_await settings.loadSecrets();
+    co_await auth.restore();
+    credentialsKnown = true;
+    // A session that was taken up has become "signed in", and that has started the first refresh already.
+    if (!auth.isSignedIn()) {
+        co_await refresh();
+    }
+}
+
+Task<> AppStore::tick() {
+    const auto interval = std::chrono::seconds(settings.refreshInterval.get());
+    if (!credentialsKnown || interval < 1s || services.clock.now() - lastRefreshAt < interval) {
+        co_return;
+    }
+    co_await refresh();
+}
+
+Task<std::optional<APIAuth>> AppStore::currentAuth() {
+    if (auth.isSignedIn()) {
+        try {
+            auto token = co_await auth.validAccessToken();
+            co_return APIAuth::bearer(std::move(token));
+        } catch (const LocalizedError&) {
+            // Not reported: the API key is the fallback, and without one the user is asked to sign in.
+        }
+    }
+    if (!settings.apiKey->isEmpty()) {
+        co_return APIAuth::apiKey(settings.apiKey);
+    }
+    lastError = QStringLiteral("Sign in to Quillo (menu → Sign In…)");
+    co_return std::nullopt;
+}
+
+Task<> AppStore::refresh() {
+    const auto chosen = co_await currentAuth();
+    if (!chosen) {
+        co_return;
+    }
+    isLoading = true;
+    auto& client = services.client;
+    const auto& backend = settings.backend.get();
+    auto statusRequest = client.status(backend, *chosen, settings.verifyTLS);
+    auto timelineRequest = client.timeline(backend, *chosen, settings.verifyTLS);
+    auto snapshotsRequest = client.snapshots(backend, *chosen, settings.verifyTLS);
+    try {
+        auto status = co_await statusRequest;
+        auto ledger = co_await timelineRequest;
+        auto snapshots = co_await snapshotsRequest;
+        itemStatuses = std::move(status.items);
+        availableSnapshots = std::move(snapshots);
+        publish(std::move(ledger));
+        lastError = std::nullopt;
+    } catch (const std::exception& error) {
+        statusRequest.cancel();
+        timelineRequest.cancel();
+        snapshotsRequest.cancel();
+        lastError = errorDescription(error);
+    }
+    isLoading = false;
+}
+
+void AppStore::publish(Timeline fetched) {
+    const auto replaced = timeline->has_value() ? (*timeline)->transactions.size() : 0;
+    fetched.fetchedAt = services.clock.wallClock();
+    lastRefreshAt = services.clock.now();
+    timeline = std::move(fetched);
+    if (replaced >= largeLedger) {
+        malloc_trim(0);
+    }
+}
+
+Task<> AppStore::syncNow() {
+    const auto chosen = co_await currentAuth();
+    if (!chosen) {
+        co_return;
+    }
+    auto request = services.client.sync(settings.backend, *chosen, settings.verifyTLS);
+    try {
+        co_await request;
+    } catch (const std::exception& error) {
+        lastError = QStringLiteral("Sync failed: ") + errorDescription(error);
+    }
+    co_await refresh();
+}
+
+Task<> AppStore::refreshFromBank() {
+    const auto chosen = co_await currentAuth();
+    if (!chosen) {
+        co_return;
+    }
+    auto request = services.client.refreshFromBank(settings.backend, *chosen, settings.verifyTLS);
+    try {
+        co_await request;
+    } catch (const std::exception& error) {
+        lastError = QStringLiteral("Bank refresh failed: ") + errorDescription(error);
+        co_return;
+    }
+    Sleep delay(services.clock, bankRefreshDelay);
+    co_await delay;
+    co_await refresh();
+}
+
+void AppStore::openLedger() {
+    openBackendPage(QLatin1StringView("/ledger"));
+}
+
+void AppStore::openLinkPage() {
+    openBackendPage(QLatin1StringView("/link"));
+}
+
+void AppStore::openReconnect() {
+    openLinkPage();
+}
+
+void AppStore::openBackendPage(QLatin1StringView path) {
+    const QUrl url(settings.backend.get() + path, QUrl::StrictMode);
+    if (url.isValid()) {
+        services.workspace.open(url);
+    }
+}
+
+} // namespace quillo

@@ -1,0 +1,138 @@
+#pragma once
+
+#include "auth/AuthManager.h"
+#include "core/Clock.h"
+#include "core/Published.h"
+#include "core/TaskScope.h"
+#include "model/ItemStatus.h"
+#include "model/SnapshotSummary.h"
+#include "model/Timeline.h"
+#include "net/APIAuth.h"
+#include "settings/AppSettings.h"
+
+#include <optional>
+#include <vector>
+
+namespace quillo {
+
+class APIClient;
+class HTTPSession;
+class LoginItem;
+class NotificationCenter;
+class SecretStore;
+class UserDefaults;
+class Workspace;
+
+/// What the store takes from its surroundings; everything outlives it.
+struct AppServices {
+    Clock& clock;
+    NotificationCenter& notifications;
+    Workspace& workspace;
+    UserDefaults& defaults;
+    SecretStore& secrets;
+    HTTPSession& session;
+    APIClient& client;
+    LoginItem& loginItem;
+    QString identityOrigin; ///< scheme and host of the OpenID provider
+};
+
+/// The one object that holds everything the views show, and the one place that decides when to talk to the
+/// backend.
+///
+/// Published properties are announced before they change. Operations never throw: every failure ends as one
+/// line in `lastError`, which only a successful refresh clears. For the main thread.
+class AppStore : public ObservableObject {
+public:
+    /// Starts the program's main loop: the heartbeat, the triggers, and a first refresh as soon as the secret
+    /// store has said what credentials there are.
+    explicit AppStore(const AppServices& services);
+    AppStore(const AppStore&) = delete;
+    AppStore& operator=(const AppStore&) = delete;
+    ~AppStore();
+
+    /// The live ledger of the last successful refresh.
+    Published<std::optional<Timeline>> timeline{*this, std::nullopt};
+    /// The bank links, of the same refresh.
+    Published<std::vector<ItemStatus>> itemStatuses{*this, {}};
+    Published<bool> isLoading{*this, false};
+    /// The one error line for the user.
+    Published<std::optional<QString>> lastError{*this, std::nullopt};
+
+private:
+    AppServices services;
+
+public:
+    AppSettings settings;
+    AuthManager auth;
+    /// Whether the program starts at login; every assignment registers or unregisters it.
+    Published<bool> launchAtLogin;
+    /// The days that can be looked at, in the backend's order.
+    Published<std::vector<SnapshotSummary>> availableSnapshots{*this, {}};
+    /// The day being looked at; absent means live.
+    Published<std::optional<QString>> selectedSnapshotDate{*this, std::nullopt};
+    /// That day's ledger.
+    Published<std::optional<Timeline>> snapshotTimeline{*this, std::nullopt};
+
+    /// Fetches status, ledger and snapshot list together and publishes them only when all three arrived.
+    /// Overlapping refreshes are allowed: each applies its results when it ends.
+    [[nodiscard]] Task<> refresh();
+
+    /// Has the backend re-read the aggregator's copy of the bank data (fast, free), then refreshes, whether
+    /// that succeeded or not.
+    [[nodiscard]] Task<> syncNow();
+
+    /// Has the bank asked anew (slow, metered); if that succeeds, refreshes 20 seconds later.
+    [[nodiscard]] Task<> refreshFromBank();
+
+    /// Fetches the list of snapshots.
+    [[nodiscard]] Task<> loadSnapshots();
+
+    /// Selects a day once its ledger has arrived; without a date, or with an empty one, returns to live at
+    /// once and without a request.
+    [[nodiscard]] Task<> loadSnapshot(std::optional<QString> date);
+
+    /// Opens a page of the backend in the user's browser; nothing happens when the origin makes no URL.
+    void openLedger();
+    void openLinkPage();
+    void openReconnect();
+
+    // What the bank links ask of the user, computed from `itemStatuses` on each read. Each message tells of
+    // the first link concerned.
+    [[nodiscard]] bool needsReconnect() const;
+    [[nodiscard]] bool hasBankOutage() const;
+    [[nodiscard]] bool needsAddCreditCard() const;
+    [[nodiscard]] std::optional<QString> reconnectMessage() const;
+    [[nodiscard]] std::optional<QString> outageMessage() const;
+    [[nodiscard]] std::optional<QString> addCreditMessage() const;
+
+    [[nodiscard]] bool isViewingSnapshot() const { return selectedSnapshotDate->has_value(); }
+
+    /// The ledger to draw: the selected day's while one is selected, else the live one. Absent when it is not
+    /// there.
+    [[nodiscard]] const Timeline* visibleTimeline() const;
+
+    /// What the user should know about the login item, if anything.
+    [[nodiscard]] std::optional<QString> loginItemStatusMessage() const;
+
+    /// Runs an operation that nobody waits for; it ends with the store at the latest.
+    void start(Task<> operation) { tasks.spawn(std::move(operation)); }
+
+private:
+    [[nodiscard]] Task<> startUp();
+    [[nodiscard]] Task<> takeUpCredentials();
+    [[nodiscard]] Task<> tick();
+    [[nodiscard]] Task<std::optional<APIAuth>> currentAuth();
+    void observeTriggers();
+    void openBackendPage(QLatin1StringView path);
+    void applyLaunchAtLogin(bool enabled);
+    void publish(Timeline fetched);
+
+    Clock::Instant lastRefreshAt = Clock::distantPast;
+    std::unique_ptr<Clock::Timer> heartbeat;
+    std::vector<Observation> observations;
+    /// False until the secret store has been asked at start; until then no trigger refreshes.
+    bool credentialsKnown = false;
+    TaskScope tasks; // last, so that no task outlives what it uses
+};
+
+} // namespace quillo
