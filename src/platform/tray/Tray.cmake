@@ -18,3 +18,5 @@ qt_add_resources(quillo_platform icons
 file(RELATIVE_PATH quilloIconsFromExecutable "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_DATADIR}/icons")
 set_source_files_properties(tray/IconFolder.cpp PROPERTIES
     COMPILE_DEFINITIONS "QUILLO_ICONS_FROM_EXECUTABLE=\"${quilloIconsFromExecutable}\"")
+
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/packaging/icons/hicolor" DESTINATION "${CMAKE_INSTALL_DATADIR}/icons")

@@ -201,6 +201,7 @@ private Q_SLOTS:
         fixture.signalNames();
         for (int round = 0; round < 100; ++round) {
             fixture.menu.setMenu(longMenu());
+            drainEvents();
         }
         QCOMPARE(fixture.signalNames(), QStringList());
     }
@@ -409,7 +410,8 @@ private Q_SLOTS:
         }
         std::sort(times.begin(), times.end());
         const auto median = times[times.size() / 2];
-        QVERIFY2(median < std::chrono::milliseconds(2), qPrintable(QString::number(median.count())));
+        // Two milliseconds, and as many times more as a sanitizer is granted.
+        QVERIFY2(median < LoopStallProbe::budget / 8, qPrintable(QString::number(median.count())));
     }
 
 private:
