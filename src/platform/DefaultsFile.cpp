@@ -8,6 +8,8 @@
 #include <QSaveFile>
 
 #include <chrono>
+#include <filesystem>
+#include <system_error>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -54,17 +56,15 @@ bool DefaultsFile::merge(const QJsonObject& changes) const {
     if (before.state == State::readable && merged == before.values) {
         return true;
     }
-    // The new file is complete on the disk before the old one is touched.
-    QSaveFile file(path);
-    const auto contents = QJsonDocument(merged).toJson();
-    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(ownerOnly) ||
-        file.write(contents) != contents.size() || !file.flush()) {
-        return false;
-    }
     if (before.state == State::damaged && !moveAside()) {
         return false;
     }
-    return file.commit();
+    // Complete and on the disk under another name before it takes the old one's place. Follows a link. In
+    // Qt 6.4, commit() alone would put a file in place whose last bytes found no room.
+    QSaveFile file(path);
+    const auto contents = QJsonDocument(merged).toJson();
+    return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) &&
+           file.write(contents) == contents.size() && file.flush() && file.commit();
 }
 
 std::optional<QJsonObject> DefaultsFile::parse(const QByteArray& contents) {
@@ -95,9 +95,13 @@ DefaultsFile::Contents DefaultsFile::load() const {
 
 bool DefaultsFile::moveAside() const {
     for (int number = 1;; ++number) {
-        const auto aside = u"%1.damaged-%2"_s.arg(path).arg(number);
-        if (!QFileInfo::exists(aside) && !QFileInfo(aside).isSymLink()) {
-            return QDir().rename(path, aside);
+        const QFileInfo aside(u"%1.damaged-%2"_s.arg(path).arg(number));
+        if (!aside.exists() && !aside.isSymLink()) {
+            // Of a link, the link: what it leads to stays where it is.
+            std::error_code error;
+            std::filesystem::rename(QFile::encodeName(path).toStdString(),
+                                    QFile::encodeName(aside.filePath()).toStdString(), error);
+            return !error;
         }
     }
 }

@@ -26,8 +26,8 @@ public:
     /// What the file holds; empty when there is none or when it is damaged.
     [[nodiscard]] QJsonObject read() const;
 
-    /// Puts the changes in; false when that could not be done, and then the file is as it was. May wait for
-    /// other processes and for the disk.
+    /// Puts the changes in; false when that could not be done, and then nothing that was there is lost. May
+    /// wait for other processes and for the disk.
     [[nodiscard]] bool merge(const QJsonObject& changes) const;
 
     /// The JSON object that `contents` is, if it is one. Of a repeated key the last counts.
