@@ -44,7 +44,8 @@ struct HTTPRequest {
 struct HTTPResponse {
     /// The status code, -1 for an answer that has none.
     int status = -1;
-    /// Complete and decompressed.
+    /// Decompressed. Shorter than announced or with a compression cut short it is an error instead; a chunked
+    /// body without compression that ends early may pass for whole, so its reader has to know where it ends.
     QByteArray body;
 };
 

@@ -16,6 +16,15 @@ constexpr qint64 pieceSize = 32 * 1024;
 /// Added to the body on one turn of the loop: some two milliseconds of decompressing.
 constexpr qsizetype turnSize = 1024 * 1024;
 
+/// Growing by doubling copies tens of megabytes at once and blocks the loop. Memory that is reserved but
+/// never written costs only addresses.
+void makeRoom(QByteArray& body, qint64 limit) {
+    constexpr qsizetype large = 1024 * 1024;
+    if (body.size() >= large && body.capacity() < limit + 2 * pieceSize) {
+        body.reserve(static_cast<qsizetype>(limit + 2 * pieceSize));
+    }
+}
+
 /// Whether the error only restates the status of a complete response. Qt has an error for every status from
 /// 400 on, outside the range of the network's own errors.
 bool restatesStatus(const QNetworkReply& reply) {
@@ -107,6 +116,7 @@ void ResponseReader::readBody() {
 }
 
 bool ResponseReader::readPiece() {
+    makeRoom(response.body, limit);
     if (!decoder || decoder->needsInput()) {
         QByteArray piece = reply->read(pieceSize);
         if (piece.isEmpty()) {

@@ -74,6 +74,7 @@ public:
             auto configuration = QSslConfiguration::defaultConfiguration();
             configuration.setPrivateKey(server.identity->key);
             configuration.setLocalCertificate(server.identity->certificate);
+            configuration.setProtocol(server.identity->protocol);
             configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
             socket.setSslConfiguration(configuration);
             socket.startServerEncryption();

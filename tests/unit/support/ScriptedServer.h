@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QSsl>
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QString>
@@ -47,7 +48,7 @@ struct Answer {
     /// Passes between two pieces.
     std::chrono::milliseconds between{0};
     /// Called for further bytes whenever everything before has left; an empty array ends the answer.
-    std::function<QByteArray()> more;
+    std::function<QByteArray()> more = {};
 
     /// A complete answer with its Content-Length. `headers` are whole lines without their ends.
     [[nodiscard]] static Answer http(int status, QByteArrayView body = {},
@@ -64,6 +65,8 @@ struct Answer {
 struct ServerIdentity {
     QSslKey key;
     QSslCertificate certificate;
+    /// The versions of TLS it speaks.
+    QSsl::SslProtocol protocol = QSsl::SecureProtocols;
 };
 
 /// An HTTP server on 127.0.0.1, in the test's own event loop, that keeps what it received and answers by
