@@ -1,10 +1,11 @@
 #include "platform/DefaultsFile.h"
 
+#include "platform/FileLock.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QLockFile>
 #include <QSaveFile>
 
 #include <chrono>
@@ -44,8 +45,8 @@ bool DefaultsFile::merge(const QJsonObject& changes) const {
     if (!makeFolder(QFileInfo(path))) {
         return false;
     }
-    QLockFile lock(path + ".lock"_L1);
-    if (!lock.tryLock(longestWaitForLock)) {
+    const FileLock lock(path + ".lock"_L1, longestWaitForLock);
+    if (!lock.isHeld()) {
         return false;
     }
     const auto before = load();

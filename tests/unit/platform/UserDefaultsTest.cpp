@@ -1,6 +1,7 @@
 #include "platform/UserDefaults.h"
 
 #include "platform/DefaultsFile.h"
+#include "platform/FileLock.h"
 #include "support/ChildProcess.h"
 #include "support/LoopStallProbe.h"
 #include "support/Wait.h"
@@ -9,12 +10,12 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLockFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include <csignal>
 #include <sys/resource.h>
@@ -306,10 +307,22 @@ private Q_SLOTS:
         QCOMPARE(objectIn(path), (QJsonObject{{u"key"_s, 2}}));
     }
 
+    void aLockIsHeldByOneAtATime() {
+        const auto file = folder->filePath(u"lock"_s);
+        std::optional<FileLock> first;
+        first.emplace(file, 0ms);
+        QVERIFY(first->isHeld());
+        QVERIFY(!FileLock(file, 20ms).isHeld());
+        first.reset();
+        QVERIFY(FileLock(file, 0ms).isHeld());
+        QVERIFY(!FileLock(folder->filePath(u"no folder/lock"_s), 0ms).isHeld());
+    }
+
     void anotherProcessThatHoldsTheLockStallsNothing() {
         QVERIFY(QDir().mkpath(folder->filePath(u"quillo"_s)));
-        QLockFile lock(path + u".lock"_s);
-        QVERIFY(lock.lock());
+        std::optional<FileLock> lock;
+        lock.emplace(path + u".lock"_s, 0ms);
+        QVERIFY(lock->isHeld());
         UserDefaults defaults(path);
         LoopStallProbe probe;
         for (int number = 0; number < 100; ++number) {
@@ -319,7 +332,7 @@ private Q_SLOTS:
         QVERIFY(probe.longestStall() < LoopStallProbe::budget);
         QVERIFY(!defaults.synchronize(10ms));
         QCOMPARE(defaults.object(u"key"_s), QVariant(99LL));
-        lock.unlock();
+        lock.reset();
         QVERIFY(defaults.synchronize(patience));
         QCOMPARE(objectIn(path), (QJsonObject{{u"key"_s, 99}}));
     }
