@@ -16,8 +16,8 @@ struct BankOutage {
         QString status = {};
 
         friend bool operator==(const Area&, const Area&) = default;
-        friend std::size_t qHash(const Area& area, std::size_t seed = 0) noexcept {
-            return qHashMulti(seed, area.area, area.status);
+        friend std::size_t qHash(const Area& each, std::size_t seed = 0) noexcept {
+            return qHashMulti(seed, each.area, each.status);
         }
     };
 
