@@ -44,6 +44,7 @@ class Sandbox:
         facts = json.loads(ready)
         self.http = facts["http"]
         self.https = facts["https"]
+        self.host = self.http.removeprefix("http://")
         self.identity = facts["identity"]
         self.api_key = facts["apiKey"]
         self.email = facts["email"]

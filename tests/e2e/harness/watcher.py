@@ -155,6 +155,18 @@ class StatusItem:
         assert revision >= 0
         return _entry(root)
 
+    def error(self):
+        """The text of the menu's error line; None when there is none."""
+        lines = [label for label in self.menu().labels() if label.startswith("Error: ")]
+        return lines[0].removeprefix("Error: ") if lines else None
+
+    def wait_for_error(self, text, *, label="Quillo"):
+        """Waits until the item shows its error symbol beside `label`, and this error line in its menu."""
+        self.wait_for("exclamationmark.circle", label)
+        wait_until(
+            lambda: self.error() == text, lambda: f"the error line {text!r}; the menu has {self.error()!r}"
+        )
+
     def open_menu(self):
         """Tells the program that the user opens the menu, as an indicator applet does."""
         self.menu_call("AboutToShowGroup", GLib.Variant("(ai)", ([0],)))
