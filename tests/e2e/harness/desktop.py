@@ -74,6 +74,10 @@ class Desktop(contextlib.ExitStack):
     def config_home(self):
         return pathlib.Path(self.environment["XDG_CONFIG_HOME"])
 
+    @property
+    def data_home(self):
+        return pathlib.Path(self.environment["XDG_DATA_HOME"])
+
     def start_system_bus(self):
         """A private system bus; programs started afterwards use it."""
         return self.keep(Bus(self.folder, self.environment, kind="system"))
