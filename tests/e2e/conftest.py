@@ -8,7 +8,7 @@ import pytest
 
 from harness.desktop import Desktop
 from harness.program import ROOT, Quillo
-from harness.sandbox import Sandbox
+from harness.sandbox import FIXED_IDENTITY_PORT, Sandbox, turn_at_fixed_ports
 from harness.watcher import Watcher
 
 ARTEFACTS = ROOT / "build/e2e"
@@ -77,6 +77,16 @@ def watcher(late_watcher):
 @pytest.fixture
 def sandbox(desktop):
     return desktop.keep(Sandbox(desktop.folder))
+
+
+@pytest.fixture
+def provider(desktop):
+    """A sandbox whose identity provider is where the demo build expects it."""
+    with turn_at_fixed_ports():
+        sandbox = desktop.keep(Sandbox(desktop.folder, identity_port=FIXED_IDENTITY_PORT))
+        sandbox.scenario(totalOwed=5, pending="none")
+        yield sandbox
+        sandbox.stop()
 
 
 @pytest.fixture

@@ -7,21 +7,11 @@ import pytest
 from harness.desktop import PROMPTER_SERVICES, SERVICES
 from harness.keyring import Keyring
 from harness.program import Quillo
-from harness.sandbox import FIXED_IDENTITY_PORT, Sandbox, turn_at_fixed_ports
+from harness.sandbox import Sandbox
 from harness.watcher import Watcher
 
 SIGN_IN = "Sign in to Quillo (menu → Sign In…)"
 TOKEN_PATH = "/realms/quillo/protocol/openid-connect/token"
-
-
-@pytest.fixture
-def provider(desktop):
-    """A sandbox whose identity provider is where the demo build expects it."""
-    with turn_at_fixed_ports():
-        sandbox = desktop.keep(Sandbox(desktop.folder, identity_port=FIXED_IDENTITY_PORT))
-        sandbox.scenario(totalOwed=5, pending="none")
-        yield sandbox
-        sandbox.stop()
 
 
 @pytest.fixture

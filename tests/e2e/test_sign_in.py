@@ -10,7 +10,6 @@ import pytest
 
 from harness.browser import Chromium, DefaultBrowser
 from harness.program import Quillo
-from harness.sandbox import FIXED_IDENTITY_PORT, Sandbox, turn_at_fixed_ports
 from harness.waiting import wait_until
 
 FORM = "http://127.0.0.1:8481/realms/quillo/login/"
@@ -20,16 +19,6 @@ TOKEN_PATH = "/realms/quillo/protocol/openid-connect/token"
 
 WAITING = "Waiting for browser sign-in…"
 SIGN_IN_FIRST = "Sign in to Quillo (menu → Sign In…)"
-
-
-@pytest.fixture
-def provider(desktop):
-    """A sandbox whose identity provider is where the demo build expects it."""
-    with turn_at_fixed_ports():
-        sandbox = desktop.keep(Sandbox(desktop.folder, identity_port=FIXED_IDENTITY_PORT))
-        sandbox.scenario(totalOwed=5, pending="none")
-        yield sandbox
-        sandbox.stop()
 
 
 @pytest.fixture
@@ -137,6 +126,7 @@ def test_signing_in_renewing_signing_out_and_signing_in_again(item, signed_out, 
     chromium.switch_to_page(CALLBACK)
     chromium.wait_for_text("Signed in ✓\nYou can close this tab and return to Quillo.")
     chromium.driver.save_screenshot(str(artefacts / "page-signed-in.png"))
+    chromium.close_page()
     wait_for_entry(item, provider.email)
     item.wait_for("creditcard", "$5.00")
     assert account_block(item) == [provider.email, "Sign Out"]
@@ -178,6 +168,7 @@ def test_wrong_password_is_asked_for_again_and_cancelling_is_told(item, signed_o
     chromium.switch_to_page(CALLBACK)
     chromium.wait_for_text("Sign-in failed\nReturn to Quillo and try again.")
     chromium.driver.save_screenshot(str(artefacts / "page-sign-in-failed.png"))
+    chromium.close_page()
     wait_for_entry(item, "Sign-in problem: Sign-in callback was malformed")
     assert account_block(item) == ["Sign In…"]
 

@@ -42,9 +42,13 @@ class DefaultBrowser:
         self._addresses = desktop.folder / "opened-pages"
         self._addresses.touch()
         launcher = desktop.folder / "browser"
-        # One write a line, so that two launches at once cannot mix theirs.
+        addresses, log = (shlex.quote(str(path)) for path in (self._addresses, desktop.folder / "browser.log"))
+        # What the browser says goes to a log of its own, not to that of the program which opened the page.
         launcher.write_text(
-            f"#!/bin/sh\nprintf '%s\\n' \"$*\" >>{shlex.quote(str(self._addresses))}\nexec {command} \"$@\"\n"
+            "#!/bin/sh\n"
+            f"exec >>{log} 2>&1\n"
+            f"printf '%s\\n' \"$*\" >>{addresses}\n"
+            f'exec {command} "$@"\n'
         )
         launcher.chmod(0o700)
         self._register(desktop, launcher, (*_WEB_TYPES, *also))
@@ -74,18 +78,19 @@ class DefaultBrowser:
 class Chromium(DefaultBrowser):
     """A real browser that is running already, with a profile of its own; pages open in new tabs of it.
 
-    `driver` holds a Selenium driver for the tab that `switch_to_page` chose last.
+    `driver` holds a Selenium driver for the tab that `switch_to_page` chose last; `profile` is the folder that
+    the browser keeps all it knows in.
     """
 
     def __init__(self, desktop):
-        profile = desktop.folder / "browser-profile"
-        command = [required_program("chromium"), f"--user-data-dir={profile}", *_QUIET]
+        self.profile = desktop.folder / "browser-profile"
+        command = [required_program("chromium"), f"--user-data-dir={self.profile}", *_QUIET]
         if os.geteuid() == 0:
             command.append("--no-sandbox")
         super().__init__(desktop, command=shlex.join(command))
         self._desktop = desktop
         self._start([*command, "--remote-debugging-port=0", "about:blank"], "chromium")
-        port_file = profile / "DevToolsActivePort"
+        port_file = self.profile / "DevToolsActivePort"
         wait_until(lambda: port_file.exists() and "\n" in port_file.read_text(), "Chromium", timeout=60)
         self._attach(port_file.read_text().split()[0])
 
@@ -117,6 +122,14 @@ class Chromium(DefaultBrowser):
             return False
 
         wait_until(found, lambda: f"a page at {address_start}…; {self._addresses_of_tabs()}", timeout=timeout)
+
+    def close_page(self):
+        """Closes the chosen tab.
+
+        After a redirect, do this before the next sign-in: until then the browser may still ask the same port for
+        the page's icon, and whatever comes to a waiting sign-in ends it.
+        """
+        self.driver.close()
 
     def _addresses_of_tabs(self):
         addresses = []

@@ -74,6 +74,17 @@ class Bus:
         )
         return owned
 
+    def owner(self, name):
+        """The unique name behind a well-known one; fails when nobody owns it."""
+        (owner,) = self.call(
+            "org.freedesktop.DBus",
+            "/org/freedesktop/DBus",
+            "org.freedesktop.DBus",
+            "GetNameOwner",
+            GLib.Variant("(s)", (name,)),
+        )
+        return owner
+
     def wait_for_owner(self, name, *, timeout=15.0):
         wait_until(lambda: self.has_owner(name), f"an owner of {name}", timeout=timeout)
 
