@@ -24,7 +24,6 @@ constexpr auto tokenPath = QLatin1StringView("/realms/quillo/protocol/openid-con
 
 /// A token that ends this soon may end on its way to the backend.
 constexpr auto expiryMargin = 30s;
-constexpr auto exchangeTimeout = 60s;
 constexpr qsizetype shownRefusal = 200;
 
 /// `seconds` from the wire, bounded so that no number overflows the clock.
@@ -44,22 +43,22 @@ QString textOf(const QByteArray& body) {
 } // namespace
 
 AuthManager::AuthManager(Clock& time, SecretStore& secretStore, HTTPSession& httpSession,
-                         const Workspace& desktop, QString origin)
+                         const Workspace& desktop, QString origin, std::chrono::milliseconds idleTimeout)
     : clock(time),
       secrets(secretStore),
       session(httpSession),
       workspace(desktop),
-      identityOrigin(std::move(origin)) {}
+      identityOrigin(std::move(origin)),
+      exchangeTimeout(idleTimeout) {}
 
 AuthManager::~AuthManager() = default;
 
 Task<> AuthManager::restore() {
+    const auto number = sessionNumber;
     const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
-    if (!refreshToken.value() || !state->isSignedOut()) {
-        co_return;
-    }
     const auto email = co_await secrets.get(session::emailAccount);
-    if (state->isSignedOut()) {
+    // Unless the user has signed in or out meanwhile.
+    if (refreshToken.value() && number == sessionNumber && state->isSignedOut()) {
         state = AuthState::signedIn(email.value().value_or(session::unnamedUser));
     }
 }
@@ -68,11 +67,11 @@ Task<QString> AuthManager::validAccessToken() {
     if (accessToken && accessTokenExpiry - clock.now() > expiryMargin) {
         co_return *accessToken;
     }
+    const auto number = sessionNumber;
     const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
-    if (!refreshToken.value()) {
+    if (!refreshToken.value() || number != sessionNumber) {
         throw AuthError::notSignedIn();
     }
-    const auto number = sessionNumber;
     bool renewed = true;
     Form form{{"grant_type", QStringLiteral("refresh_token")},
               {"refresh_token", *refreshToken.value()},
@@ -83,7 +82,7 @@ Task<QString> AuthManager::validAccessToken() {
         renewed = false;
     }
     if (number != sessionNumber) {
-        throw AuthError::notSignedIn(); // signed out meanwhile
+        throw AuthError::sessionExpired(); // signed out meanwhile; what holds now is another session's
     }
     if (!renewed) {
         signOut();

@@ -8,6 +8,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -27,9 +28,10 @@ class Workspace;
 /// For the main thread; the secret store and the network are waited for without blocking it.
 class AuthManager : public ObservableObject {
 public:
-    /// `identityOrigin` is the provider's scheme and host, without a slash at the end.
+    /// `identityOrigin` is the provider's scheme and host, without a slash at the end; `idleTimeout` is how
+    /// long nothing may arrive from its token endpoint (see `HTTPRequest::idleTimeout`).
     AuthManager(Clock& clock, SecretStore& secrets, HTTPSession& session, const Workspace& workspace,
-                QString identityOrigin);
+                QString identityOrigin, std::chrono::milliseconds idleTimeout = std::chrono::seconds(60));
     AuthManager(const AuthManager&) = delete;
     AuthManager& operator=(const AuthManager&) = delete;
     ~AuthManager();
@@ -66,7 +68,9 @@ private:
     /// body; transport and decoding errors pass through.
     [[nodiscard]] Task<> exchange(Form form);
 
-    [[nodiscard]] Task<> signInFlow();
+    /// When the sign-in fails, the state is again what the secret store says, or `former` when it cannot be
+    /// read.
+    [[nodiscard]] Task<> signInFlow(AuthState former);
     [[nodiscard]] Task<> runAuthorizationFlow();
 
     Clock& clock;
@@ -74,6 +78,7 @@ private:
     HTTPSession& session;
     const Workspace& workspace;
     QString identityOrigin;
+    std::chrono::milliseconds exchangeTimeout;
     std::optional<QString> accessToken;
     Clock::Instant accessTokenExpiry = Clock::distantPast;
     /// Counts sessions, so that what a request brings after the sign-out is not taken for the next session's.

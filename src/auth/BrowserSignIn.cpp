@@ -49,11 +49,12 @@ void AuthManager::signIn() {
         return;
     }
     lastAuthError = std::nullopt;
+    auto former = state.get();
     state = AuthState::signingIn();
-    flow.spawn(signInFlow());
+    flow.spawn(signInFlow(std::move(former)));
 }
 
-Task<> AuthManager::signInFlow() {
+Task<> AuthManager::signInFlow(AuthState former) {
     try {
         co_await runAuthorizationFlow();
         co_return;
@@ -62,6 +63,10 @@ Task<> AuthManager::signInFlow() {
     }
     const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
     const auto email = co_await secrets.get(session::emailAccount);
+    if (refreshToken.isUnavailable()) {
+        state = std::move(former);
+        co_return;
+    }
     state = refreshToken.value() ? AuthState::signedIn(email.value().value_or(session::unnamedUser))
                                  : AuthState::signedOut();
 }

@@ -11,8 +11,10 @@ std::optional<QString> emailClaim(const QString& token) {
     if (pieces.size() < 2) {
         return std::nullopt;
     }
-    auto payload = QByteArray::fromBase64Encoding(
-        pieces[1].toLatin1(), QByteArray::Base64UrlEncoding | QByteArray::AbortOnBase64DecodingErrors);
+    // The URL alphabet is the rule (RFC 7515, section 2); the other one is understood, too.
+    auto payload = QByteArray::fromBase64Encoding(pieces[1].toLatin1().replace('+', '-').replace('/', '_'),
+                                                  QByteArray::Base64UrlEncoding |
+                                                      QByteArray::AbortOnBase64DecodingErrors);
     if (!payload) {
         return std::nullopt;
     }

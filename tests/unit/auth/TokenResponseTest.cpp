@@ -63,6 +63,8 @@ private Q_SLOTS:
         row("present", token(R"({"email":"a@example.org"})"), QStringLiteral("a@example.org"));
         row("not ASCII, in the URL alphabet", token("{\"email\":\"\xc3\xbf\xc3\xbe?>\"}"),
             QStringLiteral("ÿþ?>"));
+        row("not ASCII, in the other alphabet, with padding",
+            QStringLiteral("a.eyJlbWFpbCI6IsO/w74/PiJ9Cg==.c"), QStringLiteral("ÿþ?>"));
         row("empty text", token(R"({"email":""})"), QStringLiteral(""));
         row("no signature", token(R"({"email":"a@example.org"})").chopped(5),
             QStringLiteral("a@example.org"));

@@ -121,7 +121,11 @@ private:
         server.requests.push_back(request);
         answer = server.script(request);
         busy = true;
-        sendPiece();
+        if (answer.gate && !answer.gate->isOpen()) {
+            waiting = answer.gate->whenOpened([this] { sendPiece(); });
+        } else {
+            sendPiece();
+        }
         return true;
     }
 
@@ -171,6 +175,7 @@ private:
     QTimer pause;
     QByteArray buffer;
     Answer answer;
+    Observation waiting;
     bool busy = false;
 };
 

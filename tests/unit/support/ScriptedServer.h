@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Signal.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QSsl>
@@ -35,6 +37,31 @@ struct ReceivedRequest {
     [[nodiscard]] QList<QByteArray> values(QByteArrayView name) const;
 };
 
+/// Holds answers back until the test lets them go, which decides what comes before what. Copies are the same
+/// gate.
+class Gate {
+public:
+    /// Answers that wait at the gate are sent, and those that come to it later at once.
+    void open() const {
+        state->isOpen = true;
+        state->opened.emit();
+    }
+
+    [[nodiscard]] bool isOpen() const { return state->isOpen; }
+
+    /// Calls `action` when the gate opens, for as long as the handle lives.
+    [[nodiscard]] Observation whenOpened(std::function<void()> action) const {
+        return state->opened.observe(std::move(action));
+    }
+
+private:
+    struct State {
+        bool isOpen = false;
+        Signal<> opened;
+    };
+    std::shared_ptr<State> state = std::make_shared<State>();
+};
+
 /// What goes back for one request.
 struct Answer {
     enum class Then { keepOpen, close, reset };
@@ -49,6 +76,8 @@ struct Answer {
     std::chrono::milliseconds between{0};
     /// Called for further bytes whenever everything before has left; an empty array ends the answer.
     std::function<QByteArray()> more = {};
+    /// Nothing is sent until it opens.
+    std::optional<Gate> gate = {};
 
     /// A complete answer with its Content-Length. `headers` are whole lines without their ends.
     [[nodiscard]] static Answer http(int status, QByteArrayView body = {},
@@ -59,6 +88,13 @@ struct Answer {
 
     /// Nothing, with the connection left open.
     [[nodiscard]] static Answer silence() { return {}; }
+
+    /// The same answer, held back until the gate opens.
+    [[nodiscard]] Answer behind(Gate closed) const {
+        Answer held = *this;
+        held.gate = std::move(closed);
+        return held;
+    }
 };
 
 /// The key and the certificate that a server shows.
