@@ -22,6 +22,8 @@ struct BankOutage {
     };
 
     std::vector<Area> areas = {}; ///< when empty there is no outage
+
+    friend bool operator==(const BankOutage&, const BankOutage&) = default;
 };
 
 } // namespace quillo

@@ -27,6 +27,8 @@ struct ItemStatus {
 
     /// The link works, but no credit card is linked through it. `hasCreditAccount` has no say in it.
     [[nodiscard]] bool needsLinkCreditCard() const noexcept { return needsAddCredit.value_or(false); }
+
+    friend bool operator==(const ItemStatus&, const ItemStatus&) = default;
 };
 
 } // namespace quillo

@@ -77,12 +77,20 @@ Task<> AppStore::takeUpCredentials() {
     }
 }
 
-Task<> AppStore::tick() {
-    const auto interval = std::chrono::seconds(settings.refreshInterval.get());
-    if (!credentialsKnown || interval < 1s || services.clock.now() - lastRefreshAt < interval) {
-        co_return;
+bool AppStore::isRefreshDue() const {
+    const auto interval = settings.refreshInterval.get();
+    if (interval < 1) {
+        return false;
     }
-    co_await refresh();
+    // In floating point, because the clock's ticks cannot express every interval that can be stored.
+    using Seconds = std::chrono::duration<double>;
+    return !lastRefreshAt || Seconds(services.clock.now() - *lastRefreshAt) >= Seconds(interval);
+}
+
+Task<> AppStore::tick() {
+    if (credentialsKnown && isRefreshDue()) {
+        co_await refresh();
+    }
 }
 
 Task<std::optional<APIAuth>> AppStore::currentAuth() {

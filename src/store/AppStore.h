@@ -121,13 +121,15 @@ private:
     [[nodiscard]] Task<> startUp();
     [[nodiscard]] Task<> takeUpCredentials();
     [[nodiscard]] Task<> tick();
+    [[nodiscard]] bool isRefreshDue() const;
     [[nodiscard]] Task<std::optional<APIAuth>> currentAuth();
     void observeTriggers();
     void openBackendPage(QLatin1StringView path);
     void applyLaunchAtLogin(bool enabled);
     void publish(Timeline fetched);
 
-    Clock::Instant lastRefreshAt = Clock::distantPast;
+    /// When the last successful refresh was applied; before the first one any interval has passed.
+    std::optional<Clock::Instant> lastRefreshAt;
     std::unique_ptr<Clock::Timer> heartbeat;
     std::vector<Observation> observations;
     /// False until the secret store has been asked at start; until then no trigger refreshes.
