@@ -20,14 +20,14 @@ public:
     /// The value of `key`, which `make(key)` makes the first time.
     template <typename Make>
     [[nodiscard]] const Value& value(std::string_view key, Make make) {
-        if (used != 0 && slots[latest].key == key) {
-            return slots[latest].value;
+        if (used != 0 && table[latest].key == key) {
+            return table[latest].value;
         }
-        if ((used + 1) * 4 > slots.size() * 3) {
+        if ((used + 1) * 4 > table.size() * 3) {
             grow();
         }
         latest = find(key);
-        Slot& slot = slots[latest];
+        Slot& slot = table[latest];
         if (!slot.taken) {
             slot = Slot{key, make(key), true};
             ++used;
@@ -43,9 +43,9 @@ private:
     };
 
     [[nodiscard]] std::size_t find(std::string_view key) const noexcept {
-        const std::size_t mask = slots.size() - 1;
+        const std::size_t mask = table.size() - 1;
         std::size_t place = qHashBits(key.data(), key.size(), seed) & mask;
-        while (slots[place].taken && slots[place].key != key) {
+        while (table[place].taken && table[place].key != key) {
             place = (place + 1) & mask;
         }
         return place;
@@ -53,16 +53,16 @@ private:
 
     void grow() {
         constexpr std::size_t smallest = 64;
-        std::vector<Slot> old(slots.empty() ? smallest : slots.size() * 2);
-        old.swap(slots);
+        std::vector<Slot> old(table.empty() ? smallest : table.size() * 2);
+        old.swap(table);
         for (Slot& slot : old) {
             if (slot.taken) {
-                slots[find(slot.key)] = std::move(slot);
+                table[find(slot.key)] = std::move(slot);
             }
         }
     }
 
-    std::vector<Slot> slots; // its size is a power of two, or nothing yet
+    std::vector<Slot> table; // its size is a power of two, or nothing yet
     std::size_t used = 0;
     std::size_t latest = 0;
     std::size_t seed = QHashSeed::globalSeed();
