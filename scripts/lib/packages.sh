@@ -31,7 +31,7 @@ desktopPackages=(
 testPackages=(
     shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
     python3-pytest python3-dbusmock python3-selenium
-    chromium chromium-driver openssl
+    chromium chromium-driver mate-panel openssl
     libbenchmark-dev
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
 )

@@ -1,0 +1,93 @@
+"""The open menu in real panels. What a person sees is kept as pictures in the folder of artefacts."""
+
+import json
+import urllib.request
+
+import pytest
+
+from harness.desktop import SERVICES
+from harness.mate_panel import MATE_SERVICES, MatePanel
+from harness.panel import Panel
+from harness.popup import SCREEN_HEIGHT, SCREEN_WIDTH, Popup
+from harness.program import Quillo
+from harness.sandbox import Sandbox
+
+# Texts that a panel could take for its own: mnemonics, markup, a changed direction, a line break.
+ODD_MERCHANTS = [
+    "snake_case_store & sons",
+    "<b>bold</b> &amp; _under_",
+    "evil \u202egnitset\u202c shop",
+    "two\nlines\tand a tab",
+    "喫茶 さくら 渋谷店",
+    "Ünïcödé 👨‍👩‍👧‍👦 family",
+]
+
+# How often the down key is pressed from the open menu to get there; text lines are passed over.
+SUBMENUS = {"recent": 1, "interval": 6}
+
+
+def write_ledger_with_odd_merchants(sandbox):
+    """Has the newest lines come from merchants with odd names."""
+    request = urllib.request.Request(f"{sandbox.http}/api/timeline", headers={"X-API-Key": sandbox.api_key})
+    with urllib.request.urlopen(request, timeout=15) as answer:
+        ledger = json.load(answer)
+    for transaction, merchant in zip(ledger["transactions"], ODD_MERCHANTS):
+        transaction["merchant"] = merchant
+    sandbox.scenario(answers={"timeline": {"body": json.dumps(ledger)}})
+
+
+def start_quillo(desktop, sandbox):
+    program = Quillo(desktop)
+    program.write_settings(backend=sandbox.http, refreshInterval=0)
+    program.store_secret("api_key", sandbox.api_key)
+    sandbox.scenario(totalOwed=1234.5, pending=87.5)
+    write_ledger_with_odd_merchants(sandbox)
+    program.start()
+    return program
+
+
+def assert_whole(box):
+    """The menu has room for its texts and touches neither the bottom nor the left edge of the screen."""
+    assert box.width > 200
+    assert box.height > 200
+    assert box.x > 0
+    assert box.x + box.width <= SCREEN_WIDTH
+    assert box.y + box.height < SCREEN_HEIGHT
+
+
+def work_through(popup, program, desktop, artefacts, *, button=1):
+    """Takes pictures of the open menu and its submenus, then leaves the program by its last entry."""
+    menu = popup.open(button=button)
+    assert_whole(menu)
+    desktop.display.screenshot(artefacts / "menu.png")
+    for name, steps in SUBMENUS.items():
+        popup.press(*["Down"] * steps, "Right")
+        both = popup.wait_for(lambda box: box is not None and box.width > menu.width, "an open submenu")
+        assert_whole(both)
+        desktop.display.screenshot(artefacts / f"menu-{name}.png")
+        popup.close()
+        assert popup.open(button=button) == menu
+    popup.press("End", "Return")
+    assert program.wait_for_end() == 0
+
+
+def test_menu_in_the_xfce_panel(desktop, sandbox, artefacts):
+    panel = Panel(desktop)
+    panel.start()
+    program = start_quillo(desktop, sandbox)
+    panel.wait_for_text("$1,234 + $88 pend")
+    work_through(Popup(desktop), program, desktop, artefacts)
+
+
+@pytest.fixture
+def mate_desktop(make_desktop):
+    return make_desktop(services=SERVICES + MATE_SERVICES)
+
+
+def test_menu_in_the_mate_notification_area(mate_desktop, artefacts):
+    MatePanel(mate_desktop).start()
+    sandbox = mate_desktop.keep(Sandbox(mate_desktop.folder))
+    program = start_quillo(mate_desktop, sandbox)
+    sandbox.wait_for_requests(1)
+    program.wait_until_idle()
+    work_through(Popup(mate_desktop), program, mate_desktop, artefacts, button=3)
