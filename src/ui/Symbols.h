@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QPixmap>
+#include <QString>
+
+namespace quillo {
+
+/// One of the program's symbols, such as "arrow.clockwise", in one colour, `size` logical pixels wide and
+/// high.
+[[nodiscard]] QPixmap symbolPixmap(const QString& name, int size, const QColor& colour,
+                                   qreal devicePixelRatio);
+
+/// The same as an icon for a button, dimmed where the button is disabled.
+[[nodiscard]] QIcon symbolIcon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio);
+
+} // namespace quillo

@@ -1,0 +1,114 @@
+#include "ui/ledger/LedgerCellDelegate.h"
+
+#include "ui/Colours.h"
+#include "ui/ledger/LedgerTableModel.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <QStyle>
+
+namespace quillo {
+
+namespace {
+
+using Badge = LedgerTableModel::Badge;
+using Tone = LedgerTableModel::Tone;
+
+constexpr int badgePaddingX = 5;
+constexpr int badgePaddingY = 1;
+constexpr float badgeOpacity = 0.18F;
+constexpr int badgeGap = 8;
+
+/// The smallest caption beside body text.
+constexpr double badgeScale = 0.78;
+
+QFont badgeFont(QFont font) {
+    font.setPointSizeF(font.pointSizeF() * badgeScale);
+    font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+QString badgeText(Badge badge) {
+    return badge == Badge::notPosted ? QStringLiteral("NOT POSTED") : QStringLiteral("PENDING");
+}
+
+Badge badgeOf(const QModelIndex& index) {
+    return static_cast<Badge>(index.data(LedgerTableModel::badgeRole).toInt());
+}
+
+void paintBadge(QPainter& painter, const QRect& area, const QString& text, const QColor& colour) {
+    QPainterPath capsule;
+    capsule.addRoundedRect(area, area.height() / 2.0, area.height() / 2.0);
+    auto fill = colour;
+    fill.setAlphaF(badgeOpacity);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(capsule, fill);
+    painter.setPen(colour);
+    painter.drawText(area, Qt::AlignCenter, text);
+}
+
+} // namespace
+
+void LedgerCellDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
+    QStyledItemDelegate::initStyleOption(option, index);
+    option->textElideMode = Qt::ElideRight;
+    if (index.column() == static_cast<int>(LedgerColumn::runningBalance)) {
+        option->font.setWeight(QFont::DemiBold);
+    }
+    const auto colours = Colours::on(option->palette);
+    switch (static_cast<Tone>(index.data(LedgerTableModel::toneRole).toInt())) {
+    case Tone::charge:
+    case Tone::alert:
+        option->palette.setColor(QPalette::Text, colours.red);
+        break;
+    case Tone::credit:
+        option->palette.setColor(QPalette::Text, colours.green);
+        break;
+    case Tone::normal:
+        break;
+    }
+}
+
+void LedgerCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                               const QModelIndex& index) const {
+    const auto badge = badgeOf(index);
+    if (badge == Badge::none) {
+        QStyledItemDelegate::paint(painter, option, index);
+        return;
+    }
+    QStyleOptionViewItem cell(option);
+    initStyleOption(&cell, index);
+    const auto* widget = option.widget;
+    const auto* style = widget ? widget->style() : QApplication::style();
+
+    const auto font = badgeFont(cell.font);
+    const auto text = badgeText(badge);
+    const QFontMetrics metrics(font);
+    const QSize size(metrics.horizontalAdvance(text) + 2 * badgePaddingX,
+                     metrics.height() + 2 * badgePaddingY);
+
+    // The description gives way, so that the badge is always there.
+    const auto description = cell.text;
+    const auto margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+    const auto textArea = style->subElementRect(QStyle::SE_ItemViewItemText, &cell, widget);
+    const auto room = std::max(0, textArea.width() - 2 * margin - size.width() - badgeGap);
+    cell.text = cell.fontMetrics.elidedText(description, Qt::ElideRight, room);
+    style->drawControl(QStyle::CE_ItemViewItem, &cell, painter, widget);
+
+    const bool leftToRight = cell.direction == Qt::LeftToRight;
+    const auto taken = margin + cell.fontMetrics.horizontalAdvance(cell.text) + badgeGap;
+    const auto left = leftToRight ? textArea.left() + taken : textArea.right() - taken - size.width();
+    const QRect area(QPoint(left, option.rect.center().y() - size.height() / 2), size);
+    const auto colours = Colours::on(option.palette);
+    const bool isSelected = (option.state & QStyle::State_Selected) != 0;
+    const auto colour = isSelected                  ? option.palette.color(QPalette::HighlightedText)
+                        : badge == Badge::notPosted ? colours.red
+                                                    : colours.orange;
+    painter->save();
+    painter->setFont(font);
+    paintBadge(*painter, area, text, colour);
+    painter->restore();
+}
+
+} // namespace quillo

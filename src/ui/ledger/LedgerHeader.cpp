@@ -1,0 +1,197 @@
+#include "ui/ledger/LedgerHeader.h"
+
+#include "platform/tray/PlainText.h"
+#include "store/AppStore.h"
+#include "ui/Colours.h"
+#include "ui/Environment.h"
+#include "ui/MenuBarLabel.h"
+#include "ui/NumberFormat.h"
+#include "ui/Spinner.h"
+#include "ui/Symbols.h"
+#include "ui/ledger/LedgerBanner.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace quillo {
+
+namespace {
+
+constexpr double largeFigure = 36;
+constexpr double mediumFigure = 24;
+constexpr double captionScale = 0.85;
+constexpr int spinnerSize = 28;
+constexpr int cardSymbolSize = 14;
+
+QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFont::Normal) {
+    auto* text = new QLabel(parent);
+    text->setTextFormat(Qt::PlainText);
+    auto font = text->font();
+    font.setPointSizeF(pointSize > 0 ? pointSize : font.pointSizeF());
+    font.setWeight(weight);
+    text->setFont(font);
+    return text;
+}
+
+QLabel* captionLabel(QWidget* parent) {
+    return label(parent, parent->font().pointSizeF() * captionScale);
+}
+
+void colourText(QLabel* text, const QColor& colour) {
+    auto palette = text->palette();
+    palette.setColor(QPalette::WindowText, colour);
+    text->setPalette(palette);
+}
+
+QString dollars(double amount) {
+    return NumberFormat::dollars(amount, 2);
+}
+
+std::optional<LedgerBanner::Content> linkCondition(const AppStore& store) {
+    using Tone = LedgerBanner::Tone;
+    const auto symbol = QStringLiteral("exclamationmark.triangle.fill");
+    if (store.needsReconnect()) {
+        return LedgerBanner::Content{.symbol = symbol,
+                                     .headline = QStringLiteral("Bank connection needs re-authentication"),
+                                     .subtitle = store.reconnectMessage(),
+                                     .buttonTitle = QStringLiteral("Reconnect now"),
+                                     .tone = Tone::red};
+    }
+    if (store.needsAddCreditCard()) {
+        return LedgerBanner::Content{.symbol = symbol,
+                                     .headline = QStringLiteral("No credit card linked"),
+                                     .subtitle = store.addCreditMessage(),
+                                     .buttonTitle = QStringLiteral("Re-run Link"),
+                                     .tone = Tone::orange};
+    }
+    if (store.hasBankOutage()) {
+        return LedgerBanner::Content{.symbol = symbol,
+                                     .headline = QStringLiteral("Bank is having a service issue"),
+                                     .subtitle = store.outageMessage(),
+                                     .tone = Tone::orange};
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+LedgerHeader::LedgerHeader(QWidget* parent)
+    : QWidget(parent),
+      store(Environment::store()),
+      snapshotBanner(new LedgerBanner([this] { Q_EMIT backToLiveRequested(); }, this)),
+      linkBanner(new LedgerBanner([this] { store.openReconnect(); }, this)),
+      totals(makeTotals()),
+      error(new LedgerBanner([] {}, this)),
+      spinner(new Spinner(spinnerSize, this)) {
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 12, 16, 12);
+    column->setSpacing(10);
+    column->addWidget(snapshotBanner);
+    column->addWidget(linkBanner);
+    column->addWidget(totals);
+    column->addWidget(error);
+    column->addWidget(spinner, 0, Qt::AlignHCenter);
+}
+
+QWidget* LedgerHeader::makeTotals() {
+    auto* area = new QWidget(this);
+    caption = captionLabel(area);
+    caption->setAccessibleName(QStringLiteral("Totals"));
+    posted = label(area, largeFigure, QFont::DemiBold);
+    plus = label(area, mediumFigure);
+    plus->setText(QStringLiteral("+"));
+    pending = label(area, mediumFigure, QFont::Medium);
+    pendingWord = label(area);
+    pendingWord->setText(QStringLiteral("pending"));
+    equals = label(area, mediumFigure);
+    equals->setText(QStringLiteral("="));
+    total = label(area, largeFigure, QFont::DemiBold);
+
+    auto* figures = new QHBoxLayout;
+    figures->setSpacing(10);
+    for (auto* figure : {posted, plus, pending, pendingWord, equals, total}) {
+        figures->addWidget(figure, 0, Qt::AlignBaseline);
+    }
+    figures->addStretch(1);
+
+    cardSymbol = new QLabel(area);
+    available = captionLabel(area);
+    asOf = captionLabel(area);
+    auto* credit = new QHBoxLayout;
+    credit->setSpacing(6);
+    credit->addWidget(cardSymbol);
+    credit->addWidget(available);
+    credit->addWidget(asOf);
+    credit->addStretch(1);
+
+    auto* column = new QVBoxLayout(area);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(4);
+    column->addWidget(caption);
+    column->addLayout(figures);
+    column->addLayout(credit);
+    return area;
+}
+
+void LedgerHeader::render() {
+    renderBanners();
+    const auto* ledger = store.visibleTimeline();
+    totals->setVisible(ledger != nullptr);
+    if (ledger) {
+        renderTotals(*ledger);
+    }
+    renderAbsence();
+}
+
+void LedgerHeader::renderBanners() {
+    std::optional<LedgerBanner::Content> snapshot;
+    if (store.isViewingSnapshot()) {
+        snapshot = {.symbol = QStringLiteral("clock.arrow.circlepath"),
+                    .subtitle = QStringLiteral("Viewing snapshot from ") + **store.selectedSnapshotDate +
+                                QStringLiteral(" — read-only, frozen at end of that day."),
+                    .buttonTitle = QStringLiteral("Back to live")};
+    }
+    snapshotBanner->setContent(snapshot);
+    linkBanner->setContent(linkCondition(store));
+}
+
+void LedgerHeader::renderTotals(const Timeline& ledger) {
+    const auto colours = Colours::on(palette());
+    const bool hasPending = ledger.pendingHolds >= MenuBarLabel::leastPending;
+    caption->setText(hasPending ? QStringLiteral("TOTAL OWED (POSTED + PENDING AUTHORIZATIONS)")
+                                : QStringLiteral("OWED NOW"));
+    colourText(caption, colours.secondary);
+    posted->setText(dollars(ledger.totalOwed));
+    for (auto* figure : {plus, pending, pendingWord, equals, total}) {
+        figure->setVisible(hasPending);
+    }
+    pending->setText(dollars(ledger.pendingHolds));
+    colourText(pending, colours.orange);
+    colourText(pendingWord, colours.secondary);
+    total->setText(dollars(ledger.totalWithPending));
+
+    cardSymbol->setVisible(hasPending);
+    cardSymbol->setPixmap(
+        symbolPixmap(QStringLiteral("creditcard"), cardSymbolSize, colours.secondary, devicePixelRatioF()));
+    available->setText(hasPending ? dollars(ledger.available) + QStringLiteral(" available")
+                                  : QStringLiteral("Available ") + dollars(ledger.available));
+    colourText(available, colours.secondary);
+    asOf->setText(QStringLiteral("as of ") + plainLine(ledger.asOf));
+    colourText(asOf, colours.tertiary);
+}
+
+void LedgerHeader::renderAbsence() {
+    const bool isAbsent = store.visibleTimeline() == nullptr;
+    const auto& problem = store.lastError.get();
+    std::optional<LedgerBanner::Content> content;
+    if (isAbsent && problem) {
+        content = {.symbol = QStringLiteral("exclamationmark.triangle"),
+                   .subtitle = *problem,
+                   .tone = LedgerBanner::Tone::red};
+    }
+    error->setContent(content);
+    spinner->setVisible(isAbsent && !problem);
+}
+
+} // namespace quillo

@@ -1,0 +1,163 @@
+#include "ui/ledger/LedgerTable.h"
+
+#include "ui/ledger/LedgerCellDelegate.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace quillo {
+
+namespace {
+
+struct ColumnWidth {
+    LedgerColumn column;
+    int minimum;
+    int ideal;
+};
+
+/// The description takes what is left.
+constexpr ColumnWidth widths[] = {{LedgerColumn::date, 90, 100},
+                                  {LedgerColumn::amount, 100, 120},
+                                  {LedgerColumn::runningBalance, 120, 140}};
+
+/// Beyond so many selected lines, finding them again in another ledger is not worth the wait.
+constexpr int mostRemembered = 1000;
+
+} // namespace
+
+LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new LedgerTableModel(this)) {
+    setModel(lines);
+    setItemDelegate(new LedgerCellDelegate(this));
+    setAccessibleName(QStringLiteral("Transactions"));
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setAlternatingRowColors(true);
+    setShowGrid(false);
+    setWordWrap(false);
+    setTabKeyNavigation(false);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(QFrame::NoFrame);
+    // Rows of one height, told once, so that nothing is measured line by line.
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 10);
+
+    auto* header = horizontalHeader();
+    header->setHighlightSections(false);
+    header->setSectionsClickable(true);
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(static_cast<int>(LedgerColumn::description), QHeaderView::Stretch);
+    connect(header, &QHeaderView::sectionClicked, this, [this](int section) {
+        const auto order = lines->sortOrder();
+        if (section == static_cast<int>(LedgerColumn::description)) {
+            return;
+        }
+        const bool isSame = section == static_cast<int>(order.column);
+        const auto direction =
+            isSame && order.direction == Qt::DescendingOrder ? Qt::AscendingOrder : Qt::DescendingOrder;
+        lines->sort(section, direction);
+        showSortOrder();
+        scrollToTop();
+    });
+    header->setSortIndicatorShown(true);
+    showSortOrder();
+}
+
+void LedgerTable::showEvent(QShowEvent* event) {
+    QTableView::showEvent(event);
+    for (const auto& [column, minimum, ideal] : widths) {
+        // Wider where the desktop's font needs it.
+        const auto needed = sizeHintForColumn(static_cast<int>(column));
+        setColumnWidth(static_cast<int>(column), std::max({minimum, ideal, needed}));
+    }
+}
+
+void LedgerTable::showSortOrder() {
+    const auto order = lines->sortOrder();
+    horizontalHeader()->setSortIndicator(static_cast<int>(order.column), order.direction);
+}
+
+void LedgerTable::setSearch(const QString& text) {
+    lines->setSearch(text);
+    scrollToTop();
+}
+
+void LedgerTable::ledgerWillChange() {
+    if (lines->isDetached()) {
+        return;
+    }
+    selectedLines.clear();
+    const auto rows = selectionModel()->selectedRows();
+    if (rows.size() <= mostRemembered) {
+        for (const auto& index : rows) {
+            if (const auto* line = lines->line(index.row())) {
+                selectedLines.push_back(*line);
+            }
+        }
+    }
+    lines->detach();
+}
+
+void LedgerTable::setLedger(const Timeline* ledger) {
+    const auto position = verticalScrollBar()->value();
+    lines->setLedger(ledger);
+    restoreSelection();
+    verticalScrollBar()->setValue(position);
+}
+
+void LedgerTable::restoreSelection() {
+    if (selectedLines.empty()) {
+        return;
+    }
+    QItemSelection selection;
+    for (int row = 0; row < lines->rowCount(); ++row) {
+        const auto* line = lines->line(row);
+        const auto isSame = [line](const Transaction& known) {
+            return known.txnId ? known.txnId == line->txnId : known == *line;
+        };
+        if (std::ranges::any_of(selectedLines, isSame)) {
+            const auto index = lines->index(row, 0);
+            selection.select(index, lines->index(row, lines->columnCount() - 1));
+        }
+    }
+    selectionModel()->select(selection, QItemSelectionModel::Select);
+}
+
+void LedgerTable::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Copy)) {
+        copySelection();
+        return;
+    }
+    const bool isPlain = event->modifiers() == Qt::NoModifier;
+    if (isPlain && (event->key() == Qt::Key_Home || event->key() == Qt::Key_End)) {
+        // In a list of whole rows these mean its first and last row.
+        const auto row = event->key() == Qt::Key_Home ? 0 : lines->rowCount() - 1;
+        setCurrentIndex(lines->index(row, std::max(0, currentIndex().column())));
+        return;
+    }
+    QTableView::keyPressEvent(event);
+}
+
+void LedgerTable::copySelection() const {
+    auto rows = selectionModel()->selectedRows();
+    std::ranges::sort(rows, {}, &QModelIndex::row);
+    QStringList text;
+    for (const auto& row : rows) {
+        QStringList cells;
+        for (int column = 0; column < lines->columnCount(); ++column) {
+            cells << lines->index(row.row(), column).data(Qt::DisplayRole).toString();
+        }
+        text << cells.join(u'\t');
+    }
+    if (!text.isEmpty()) {
+        QApplication::clipboard()->setText(text.join(u'\n'));
+    }
+}
+
+} // namespace quillo

@@ -1,0 +1,199 @@
+#include "ui/ledger/LedgerView.h"
+
+#include "store/AppStore.h"
+#include "ui/Environment.h"
+#include "ui/NumberFormat.h"
+#include "ui/Spinner.h"
+#include "ui/Symbols.h"
+#include "ui/ledger/LedgerHeader.h"
+#include "ui/ledger/LedgerTable.h"
+
+#include <QComboBox>
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QShortcut>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <QWheelEvent>
+
+namespace quillo {
+
+namespace {
+
+constexpr int buttonSymbolSize = 16;
+constexpr int searchWidth = 220;
+
+QString snapshotLabel(const SnapshotSummary& snapshot) {
+    const auto total = snapshot.totalWithPending.value_or(snapshot.totalOwed.value_or(0));
+    return snapshot.snapshotDate + QStringLiteral(" · ") + NumberFormat::dollars(total, 0);
+}
+
+/// Wheel turns over a picker scroll nothing and would change the ledger by accident.
+class Picker final : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
+
+} // namespace
+
+LedgerView::LedgerView(QWidget* parent)
+    : QWidget(parent),
+      store(Environment::store()),
+      spinner(new Spinner(buttonSymbolSize, this)),
+      pullUpdates(makeButton(QStringLiteral("Pull updates"), QStringLiteral("arrow.clockwise"),
+                             QStringLiteral("Fast + free. Re-reads Plaid's cached copy of your bank data."))),
+      pullFromBank(makeButton(
+          QStringLiteral("Pull from bank"), QStringLiteral("building.columns"),
+          QStringLiteral("Slow (~30s–2min). Asks Plaid to re-pull from your bank. Rate-limited + metered."))),
+      snapshotPicker(new Picker(this)),
+      search(new QLineEdit(this)),
+      header(new LedgerHeader(this)),
+      table(new LedgerTable(this)),
+      updates(store, [this] { render(); }) {
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makeToolbar());
+    column->addWidget(header);
+    column->addWidget(table, 1);
+
+    connect(pullUpdates, &QToolButton::clicked, this, [this] { store.start(store.syncNow()); });
+    connect(pullFromBank, &QToolButton::clicked, this, [this] { store.start(store.refreshFromBank()); });
+    connect(snapshotPicker, &QComboBox::activated, this, [this](int entry) {
+        const auto date = snapshotPicker->itemData(entry);
+        select(date.isValid() ? std::optional(date.toString()) : std::nullopt);
+    });
+    connect(header, &LedgerHeader::backToLiveRequested, this, [this] {
+        snapshotPicker->setCurrentIndex(0);
+        select(std::nullopt);
+    });
+    connect(search, &QLineEdit::textChanged, table, &LedgerTable::setSearch);
+    addShortcuts();
+
+    const auto noteChange = [this](const auto&) {
+        ledgerChanged = true;
+        table->ledgerWillChange();
+    };
+    using Ledger = Published<std::optional<Timeline>>;
+    using Date = Published<std::optional<QString>>;
+    ledgerObservations.push_back(
+        store.timeline.observe(Ledger::Current::skip, Ledger::Repeats::deliver, noteChange));
+    ledgerObservations.push_back(
+        store.snapshotTimeline.observe(Ledger::Current::skip, Ledger::Repeats::deliver, noteChange));
+    ledgerObservations.push_back(
+        store.selectedSnapshotDate.observe(Date::Current::skip, Date::Repeats::deliver, noteChange));
+    snapshotPicker->addItem(QStringLiteral("Live"));
+    colourButtons();
+    render();
+}
+
+LedgerView::~LedgerView() = default;
+
+QWidget* LedgerView::makeToolbar() {
+    snapshotPicker->setToolTip(
+        QStringLiteral("Switch between the live ledger and any daily snapshot from the past 90 days."));
+    snapshotPicker->setAccessibleDescription(QStringLiteral("Snapshot"));
+    snapshotPicker->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    snapshotPicker->setMaxVisibleItems(20);
+    search->setPlaceholderText(QStringLiteral("Filter merchants"));
+    search->setAccessibleName(QStringLiteral("Filter merchants"));
+    search->setClearButtonEnabled(true);
+    search->setMinimumWidth(searchWidth);
+
+    auto* bar = new QWidget(this);
+    auto* row = new QHBoxLayout(bar);
+    row->setContentsMargins(12, 8, 12, 0);
+    row->setSpacing(8);
+    row->addWidget(pullUpdates);
+    row->addWidget(pullFromBank);
+    row->addWidget(snapshotPicker);
+    row->addWidget(spinner);
+    row->addStretch(1);
+    row->addWidget(search);
+    return bar;
+}
+
+QToolButton* LedgerView::makeButton(const QString& title, const QString& symbol, const QString& help) {
+    auto* button = new QToolButton(this);
+    button->setText(title);
+    button->setToolTip(help);
+    button->setAccessibleDescription(help);
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setProperty("symbol", symbol);
+    button->setFocusPolicy(Qt::TabFocus);
+    return button;
+}
+
+void LedgerView::colourButtons() {
+    for (auto* button : {pullUpdates, pullFromBank}) {
+        button->setIcon(symbolIcon(button->property("symbol").toString(), buttonSymbolSize,
+                                   palette().color(QPalette::ButtonText), devicePixelRatioF()));
+    }
+}
+
+void LedgerView::addShortcuts() {
+    auto* find = new QShortcut(QKeySequence::Find, this);
+    connect(find, &QShortcut::activated, this, [this] {
+        search->setFocus(Qt::ShortcutFocusReason);
+        search->selectAll();
+    });
+    auto* clear = new QShortcut(Qt::Key_Escape, this);
+    connect(clear, &QShortcut::activated, this, [this] {
+        search->clear();
+        table->setFocus(Qt::ShortcutFocusReason);
+    });
+}
+
+void LedgerView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    loading.spawn(store.loadSnapshots());
+    table->setFocus();
+}
+
+void LedgerView::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    loading.cancelAll();
+}
+
+void LedgerView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        colourButtons();
+    }
+}
+
+void LedgerView::select(const std::optional<QString>& date) {
+    store.start(store.loadSnapshot(date));
+}
+
+void LedgerView::render() {
+    spinner->setVisible(store.isLoading);
+    pullUpdates->setEnabled(!store.isViewingSnapshot());
+    pullFromBank->setEnabled(!store.isViewingSnapshot());
+    header->render();
+    renderSnapshots();
+    if (std::exchange(ledgerChanged, false)) {
+        table->setLedger(store.visibleTimeline());
+    }
+}
+
+void LedgerView::renderSnapshots() {
+    if (store.availableSnapshots.get() == listedSnapshots) {
+        return;
+    }
+    listedSnapshots = store.availableSnapshots;
+    const auto chosen = snapshotPicker->currentData();
+    snapshotPicker->clear();
+    snapshotPicker->addItem(QStringLiteral("Live"));
+    for (const auto& snapshot : listedSnapshots) {
+        snapshotPicker->addItem(snapshotLabel(snapshot), snapshot.snapshotDate);
+    }
+    // A day that is no longer offered leaves the picker without a choice; what is shown does not change.
+    snapshotPicker->setCurrentIndex(chosen.isValid() ? snapshotPicker->findData(chosen) : 0);
+}
+
+} // namespace quillo
