@@ -11,7 +11,7 @@ buildPackages=(
 
 # Running it against the local sandbox. scripts/setup adds Node.js and npm where they are missing.
 runPackages=(
-    ca-certificates dbus xdg-utils
+    ca-certificates dbus openssl xdg-utils
     libqt6svg6 libxcb-cursor0
     libsecret-tools python3-gi gir1.2-glib-2.0
 )
@@ -31,7 +31,7 @@ desktopPackages=(
 testPackages=(
     shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
     python3-pytest python3-dbusmock python3-selenium
-    chromium chromium-driver mate-panel openssl
-    libbenchmark-dev
+    chromium chromium-driver mate-panel
+    libbenchmark-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
 )

@@ -1,0 +1,45 @@
+// What Quillo's start and memory are measured against: the least a tray program on the same toolkit does. An icon, ten
+// menu entries, one poll over HTTPS.
+//
+// usage: barest_tray URL API-KEY
+
+#include <QApplication>
+#include <QMenu>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPixmap>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+int main(int argc, char* argv[]) {
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QPixmap picture(22, 22);
+    picture.fill(Qt::darkGray);
+    QSystemTrayIcon tray{QIcon(picture)};
+    QMenu menu;
+    for (int entry = 1; entry <= 10; ++entry) {
+        menu.addAction(QStringLiteral("Entry %1").arg(entry));
+    }
+    tray.setContextMenu(&menu);
+    tray.show();
+
+    QNetworkAccessManager manager;
+    const auto poll = [&] {
+        QNetworkRequest request{QUrl(QString::fromLocal8Bit(argv[1]))};
+        request.setRawHeader("X-API-Key", argv[2]);
+        auto* reply = manager.get(request);
+        reply->ignoreSslErrors(); // the sandbox's certificate is its own
+        QObject::connect(reply, &QNetworkReply::finished, &tray, [&tray, reply] {
+            tray.setToolTip(QString::number(reply->readAll().size()));
+            reply->deleteLater();
+        });
+    };
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &tray, poll);
+    timer.start(std::chrono::minutes(5));
+    if (argc > 2) {
+        poll();
+    }
+    return QApplication::exec();
+}
