@@ -28,8 +28,8 @@ public:
     /// Takes the task over. The frame of a task that ends is freed on a later turn of the loop.
     void spawn(Task<void> task);
 
-    /// Starts the operation on the next turn of the loop: for observers of an announcement, in which the old value
-    /// still holds.
+    /// Starts the operation on the next turn of the loop: for observers of an announcement, in which the old
+    /// value still holds.
     void spawnLater(std::function<Task<void>()> operation);
 
     /// Cancels every task that still runs, as the destructor does.

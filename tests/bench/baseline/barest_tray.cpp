@@ -1,5 +1,5 @@
-// What Quillo's start and memory are measured against: the least a tray program on the same toolkit does. An icon, ten
-// menu entries, one poll over HTTPS.
+// What Quillo's start and memory are measured against: the least a tray program on the same toolkit does. An
+// icon, ten menu entries, one poll over HTTPS.
 //
 // usage: barest_tray URL API-KEY
 
