@@ -1,6 +1,7 @@
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestCertificates.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -219,6 +220,23 @@ private Q_SLOTS:
         QCOMPARE((*store.timeline)->totalOwed, 7.0);
         QCOMPARE(other.requests(target::timeline).at(0).values("X-API-Key").size(), 1);
         QCOMPARE(fixture->refreshes(), 1);
+    }
+
+    void certificatesAreCheckedUnlessTheUserSaysOtherwise() {
+        auto& store = fixture->startRefreshed();
+        const TestCertificates certificates;
+        RoutedServer other(certificates.selfSigned());
+        other.answer(target::status, Answer::http(200, statusBody()));
+        other.answer(target::timeline, Answer::http(200, ledgerBody(7)));
+        other.answer(target::snapshots, Answer::http(200, snapshotsBody()));
+        store.settings.backend = other.origin();
+        await(store.refresh());
+        QVERIFY(store.lastError->value_or(QString()).contains(u"certificate"_s));
+        QCOMPARE(other.count(), 0);
+        store.settings.verifyTLS = false;
+        await(store.refresh());
+        QVERIFY(!store.lastError->has_value());
+        QCOMPARE((*store.timeline)->totalOwed, 7.0);
     }
 
     void aWrongBodyNamesTheMemberAndKeepsTheLastLedger_data() {

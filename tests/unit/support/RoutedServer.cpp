@@ -5,11 +5,13 @@
 
 namespace quillo::test {
 
-RoutedServer::RoutedServer()
-    : server([this](const ReceivedRequest& request) {
-          const auto route = routes.constFind(request.target);
-          return route == routes.constEnd() ? Answer::http(404) : (*route)(request);
-      }) {}
+RoutedServer::RoutedServer(std::optional<ServerIdentity> identity)
+    : server(
+          [this](const ReceivedRequest& request) {
+              const auto route = routes.constFind(request.target);
+              return route == routes.constEnd() ? Answer::http(404) : (*route)(request);
+          },
+          std::move(identity)) {}
 
 void RoutedServer::answer(const QByteArray& target, const Answer& answer) {
     routes.insert(target, [answer](const ReceivedRequest&) { return answer; });

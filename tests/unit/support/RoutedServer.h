@@ -7,12 +7,16 @@
 #include <QMap>
 #include <QString>
 
+#include <optional>
+#include <vector>
+
 namespace quillo::test {
 
 /// A `ScriptedServer` with an answer for each request target; 404 for every other one.
 class RoutedServer {
 public:
-    RoutedServer();
+    /// With an identity it speaks HTTPS.
+    explicit RoutedServer(std::optional<ServerIdentity> identity = {});
 
     [[nodiscard]] QString origin() const { return server.origin(); }
 

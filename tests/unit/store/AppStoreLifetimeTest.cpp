@@ -1,0 +1,141 @@
+#include "store/StoreFixture.h"
+#include "support/LoopStallProbe.h"
+#include "support/PrivateBus.h"
+#include "support/PrivateKeyring.h"
+#include "support/Wait.h"
+
+#include <QTest>
+
+using namespace quillo;
+using namespace quillo::test;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+/// The store's end, and requests that have none.
+class AppStoreLifetimeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { keyring.start(); }
+    void init() { fixture = std::make_unique<StoreFixture>(); }
+    void cleanup() { fixture.reset(); }
+
+    void destroyingTheStoreEndsTheRequestsOfARefresh() {
+        hangBackend();
+        fixture->keepApiKey();
+        fixture->start();
+        QVERIFY(waitUntil([&] { return fixture->backend.count() == 3; }));
+        QCOMPARE(fixture->backend.openConnections(), 3);
+        fixture->stop();
+        QVERIFY(waitUntil([&] { return fixture->backend.openConnections() == 0; }));
+    }
+
+    void destroyingTheStoreEndsARenewal() {
+        fixture->identity.answer(tokenTarget, Answer::silence());
+        keepSession();
+        fixture->start();
+        QVERIFY(waitUntil([&] { return fixture->identity.count() == 1; }));
+        fixture->stop();
+        QVERIFY(waitUntil([&] { return fixture->identity.openConnections() == 0; }));
+        QCOMPARE(fixture->backend.count(), 0);
+    }
+
+    void destroyingTheStoreEndsEveryOperationAtOnce() {
+        auto& store = fixture->startRefreshed();
+        hangBackend();
+        fixture->backend.answer(target::sync, Answer::silence());
+        fixture->backend.answer(target::refresh, Answer::silence());
+        fixture->backend.answer("/api/snapshot/2024-04-30", Answer::silence());
+        store.start(store.refresh());
+        store.start(store.syncNow());
+        store.start(store.refreshFromBank());
+        store.start(store.loadSnapshots());
+        store.start(store.loadSnapshot(u"2024-04-30"_s));
+        QVERIFY(waitUntil([&] { return fixture->backend.count() == 3 + 3 + 4; }));
+        fixture->stop();
+        QVERIFY(waitUntil([&] { return fixture->backend.openConnections() == 0; }));
+    }
+
+    void theStoreMayGoAtAnyTurnOfTheLoop() {
+        keepSession();
+        fixture->keepApiKey();
+        for (int turns = 0; turns < 60; ++turns) {
+            fixture->start();
+            for (int turn = 0; turn < turns; ++turn) {
+                QCoreApplication::processEvents();
+            }
+            fixture->stop();
+        }
+        drainEvents();
+        QVERIFY(waitUntil([&] { return fixture->backend.openConnections() == 0; }));
+    }
+
+    void theStoreMayGoWhileItAnnouncesAResult() {
+        auto& store = fixture->startRefreshed();
+        bool gone = false;
+        const auto observation =
+            store.lastError.observe(Published<std::optional<QString>>::Current::skip,
+                                    Published<std::optional<QString>>::Repeats::deliver, [&](const auto&) {
+                                        QMetaObject::invokeMethod(
+                                            qApp,
+                                            [&] {
+                                                fixture->stop();
+                                                gone = true;
+                                            },
+                                            Qt::QueuedConnection);
+                                    });
+        store.start(store.refresh());
+        QVERIFY(waitUntil([&] { return gone; }));
+        drainEvents();
+    }
+
+    void aRequestThatHangsNeverBlocksTheLoop() {
+        auto& store = fixture->startRefreshed();
+        hangBackend();
+        fixture->backend.answer(target::sync, Answer::silence());
+        LoopStallProbe probe;
+        for (int round = 1; round <= 5; ++round) {
+            fixture->notifications.post(notification::menuDidBeginTracking);
+            fixture->clock.advance(300s);
+            store.start(store.syncNow());
+            QVERIFY(waitUntil([&] { return fixture->backend.count(target::sync) == round; }));
+        }
+        QVERIFY(store.isLoading);
+        QVERIFY(fixture->refreshes() > 1);
+        QCOMPARE((*store.timeline)->totalOwed, 1234.5);
+        QVERIFY2(probe.longestStall() < LoopStallProbe::budget,
+                 qPrintable(QString::number(probe.longestStall().count())));
+    }
+
+    void aSecretServiceThatDoesNotAnswerNeverBlocksTheLoop() {
+        keepSession();
+        keyring.suspend();
+        LoopStallProbe probe;
+        auto& store = fixture->start();
+        fixture->clock.advance(300s);
+        fixture->notifications.post(notification::applicationDidBecomeActive);
+        store.start(store.refresh()); // asked for by the user before anything is known
+        QVERIFY(waitUntil([&] { return store.lastError->has_value(); }));
+        QVERIFY(!store.timeline->has_value());
+        QCOMPARE(fixture->backend.count(), 0);
+        keyring.resume();
+        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(store.auth.isSignedIn());
+        QVERIFY2(probe.longestStall() < LoopStallProbe::budget,
+                 qPrintable(QString::number(probe.longestStall().count())));
+    }
+
+private:
+    void hangBackend() {
+        for (const auto& path : {target::status, target::timeline, target::snapshots}) {
+            fixture->backend.answer(path, Answer::silence());
+        }
+    }
+
+    PrivateBus bus;
+    PrivateKeyring keyring{bus};
+    std::unique_ptr<StoreFixture> fixture;
+};
+
+QTEST_GUILESS_MAIN(AppStoreLifetimeTest)
+#include "AppStoreLifetimeTest.moc"
