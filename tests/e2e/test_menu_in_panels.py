@@ -79,6 +79,20 @@ def test_menu_in_the_xfce_panel(desktop, sandbox, artefacts):
     work_through(Popup(desktop), program, desktop, artefacts)
 
 
+def test_menu_of_a_signed_in_person_whose_bank_link_is_broken(desktop, provider, artefacts):
+    panel = Panel(desktop)
+    panel.start()
+    provider.scenario(link="reconnect")
+    program = Quillo(desktop)
+    program.write_settings(backend=provider.http)
+    program.store_secret("oidc_refresh", provider.issue_refresh_token())
+    program.store_secret("oidc_email", provider.email)
+    program.start()
+    panel.wait_for_text("Quillo · Reconnect")
+    assert_whole(Popup(desktop).open())
+    desktop.display.screenshot(artefacts / "menu.png")
+
+
 @pytest.fixture
 def mate_desktop(make_desktop):
     return make_desktop(services=SERVICES + MATE_SERVICES)
