@@ -31,7 +31,9 @@ bool makeFolder(const QFileInfo& file) {
         return true;
     }
     const QFileInfo parent(folder.path());
+    // Another process may make it meanwhile.
     return QDir().mkpath(parent.path()) &&
+           // cppcheck-suppress identicalConditionAfterEarlyExit
            (QDir().mkdir(folder.path(), ownerOnly | QFile::ExeOwner) || folder.exists());
 }
 
