@@ -6,7 +6,7 @@ buildPackages=(
     g++ cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-base-private-dev qt6-svg-dev
     libsimdjson-dev libicu-dev libsecret-1-dev libglib2.0-dev zlib1g-dev
-    libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev
+    libxcb1-dev libxcb-keysyms1-dev
 )
 
 # Running it against the local sandbox. scripts/setup adds Node.js and npm where they are missing.
@@ -34,4 +34,5 @@ testPackages=(
     chromium chromium-driver mate-panel
     libbenchmark-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
+    x11-utils x11-xkb-utils x11-xserver-utils xinput
 )

@@ -1,6 +1,6 @@
 # What the hot key needs beside its sources: the X server's protocol, and the portal's D-Bus interfaces.
 
-pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb)
+pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET GLOBAL xcb)
 target_link_libraries(quillo_platform PRIVATE PkgConfig::Xcb)
 
 set_source_files_properties(hotkey/org.freedesktop.portal.GlobalShortcuts.xml PROPERTIES
