@@ -98,11 +98,11 @@ void PortalSession::created(uint response, const QVariantMap& results) {
     const auto handle = results.value(u"session_handle"_s);
     const auto path =
         handle.canConvert<QDBusObjectPath>() ? handle.value<QDBusObjectPath>().path() : handle.toString();
-    if (response != success || path.isEmpty()) {
+    // The path follows from the token (org.freedesktop.portal.Session).
+    if (response != success || path != sessionPath) {
         refuse();
         return;
     }
-    sessionPath = path;
     bind();
 }
 
