@@ -23,7 +23,7 @@ desktopPackages=(
     xfce4-panel xfconf xfce4-indicator-plugin ayatana-indicator-application
     adwaita-icon-theme librsvg2-common fonts-dejavu-core
     gnome-keyring gcr
-    at-spi2-core imagemagick xdotool
+    at-spi2-core imagemagick xdotool x11-utils
     python3-pyatspi gir1.2-atspi-2.0
 )
 

@@ -7,12 +7,14 @@
 #include "platform/BuildConfiguration.h"
 #include "platform/LoginItem.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SingleInstance.h"
 #include "platform/SleepMonitor.h"
 #include "platform/TerminationSignals.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "store/AppStore.h"
 #include "ui/Environment.h"
+#include "ui/LedgerWindow.h"
 #include "ui/StatusItemScene.h"
 
 #include <QCoreApplication>
@@ -62,22 +64,27 @@ struct QuilloApp::Parts {
     SleepMonitor sleepMonitor{QDBusConnection::systemBus(), notifications};
     ApplicationActivity activity{notifications};
     TerminationSignals termination{[] { QCoreApplication::quit(); }};
+    LedgerWindow ledger;
     StatusItemScene statusItem;
 };
 
-QuilloApp::QuilloApp()
+QuilloApp::QuilloApp(SingleInstance& instance)
     : parts(std::make_unique<Parts>(MenuActions{
-          .openLedger = [this] { openLedger(); },
+          .openLedger = [this] { parts->ledger.open(); },
           .openHelp = [this] { parts->workspace.open(QUrl(build::helpUrl, QUrl::StrictMode)); },
           .openSettings = [this] { openSettings(); },
           .quit = [] { QCoreApplication::quit(); },
       })) {
+    instance.setRequests({
+        .openLedger = [this] { parts->ledger.open(); },
+        .refresh = [this] { parts->store.start(parts->store.refresh()); },
+        .settings = [this] { openSettings(); },
+        .quit = [] { QCoreApplication::quit(); },
+    });
     parts->statusItem.show();
 }
 
 QuilloApp::~QuilloApp() = default;
-
-void QuilloApp::openLedger() {}
 
 void QuilloApp::openSettings() {}
 

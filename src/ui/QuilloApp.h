@@ -1,24 +1,17 @@
 #pragma once
 
-#include "core/Clock.h"
-#include "core/Signal.h"
-
-#include <QDBusConnection>
-
 #include <memory>
 
 namespace quillo {
 
-class AppStore;
-class NotificationCenter;
-class Workspace;
+class SingleInstance;
 
 /// The application's root: owns the store for the life of the process, makes sure the program starts at
 /// login, and declares what the user can see of it. Only the status item is visible at first.
 class QuilloApp {
 public:
-    /// Needs a `QApplication`.
-    QuilloApp();
+    /// Needs a `QApplication`. What others ask of the instance is answered from now on.
+    explicit QuilloApp(SingleInstance& instance);
     QuilloApp(const QuilloApp&) = delete;
     QuilloApp& operator=(const QuilloApp&) = delete;
     ~QuilloApp();
@@ -26,7 +19,6 @@ public:
 private:
     struct Parts;
 
-    void openLedger();
     void openSettings();
 
     std::unique_ptr<Parts> parts;

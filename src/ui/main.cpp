@@ -1,4 +1,6 @@
+#include "platform/ActivationToken.h"
 #include "platform/BuildConfiguration.h"
+#include "platform/SingleInstance.h"
 #include "ui/QuilloApp.h"
 
 #include <QApplication>
@@ -11,6 +13,7 @@ int main(int argc, char* argv[]) {
     constexpr int mappedFrom = 128 * 1024;
     mallopt(M_MMAP_THRESHOLD, mappedFrom);
 
+    const auto launchToken = quillo::ActivationToken::ofLaunch();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("quillo"));
     QApplication::setApplicationDisplayName(QString());
@@ -18,6 +21,10 @@ int main(int argc, char* argv[]) {
     QApplication::setDesktopFileName(quillo::build::applicationId);
     // The status item stays when windows close.
     QApplication::setQuitOnLastWindowClosed(false);
-    const quillo::QuilloApp quillo;
+    quillo::SingleInstance instance(QDBusConnection::sessionBus(), quillo::build::applicationId);
+    if (instance.claim(launchToken) == quillo::SingleInstance::Claim::second) {
+        return 0;
+    }
+    const quillo::QuilloApp quillo(instance);
     return QApplication::exec();
 }
