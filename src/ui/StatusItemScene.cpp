@@ -1,20 +1,31 @@
 #include "ui/StatusItemScene.h"
 
+#include "platform/ActivationToken.h"
 #include "platform/NotificationCenter.h"
 #include "ui/Environment.h"
+#include "ui/MenuRenderer.h"
+
+#include <QCursor>
+#include <QGuiApplication>
 
 namespace quillo {
 
-StatusItemScene::StatusItemScene(const QDBusConnection& connection, NotificationCenter& notifications,
+StatusItemScene::StatusItemScene(const QDBusConnection& connection, NotificationCenter& center,
                                  MenuActions actions)
-    : label(notifications, actions.openLedger),
+    : notifications(center),
+      openLedger(actions.openLedger),
+      label(center, actions.openLedger),
       content(std::move(actions)),
       item(connection),
       updates(Environment::store(), [this] { render(); }) {
     QObject::connect(&item, &StatusItem::menuBeganTracking, &item,
-                     [&notifications] { notifications.post(notification::menuDidBeginTracking); });
+                     [this] { notifications.post(notification::menuDidBeginTracking); });
+    QObject::connect(&item, &StatusItem::menuRequested, &item, [this] { openMenu(); });
+    QObject::connect(&item, &StatusItem::activationTokenReceived, &item, &ActivationToken::offer);
     render();
 }
+
+StatusItemScene::~StatusItemScene() = default;
 
 void StatusItemScene::show() {
     item.show();
@@ -23,6 +34,24 @@ void StatusItemScene::show() {
 void StatusItemScene::render() {
     item.setContent({.symbol = label.iconName(), .text = label.text()});
     item.setMenu(content.menu());
+    if (menu && menu->isVisible()) {
+        menu->setMenu(content.menu());
+    }
+}
+
+void StatusItemScene::openMenu() {
+    // A Wayland compositor places a menu only beside a window of its program.
+    if (QGuiApplication::platformName().startsWith(u"wayland")) {
+        openLedger();
+        return;
+    }
+    if (!menu) {
+        menu = std::make_unique<MenuRenderer>();
+        QObject::connect(menu.get(), &QMenu::aboutToShow, &item,
+                         [this] { notifications.post(notification::menuDidBeginTracking); });
+    }
+    menu->setMenu(content.menu());
+    menu->popup(QCursor::pos());
 }
 
 } // namespace quillo
