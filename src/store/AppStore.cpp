@@ -6,6 +6,7 @@
 #include "platform/LoginItem.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Workspace.h"
+#include "store/GlobalHotKey.h"
 
 #include <QUrl>
 
@@ -49,10 +50,31 @@ AppStore::AppStore(const AppServices& surroundings)
             start(takeUpCredentials());
         }
     }));
+    applyHotKey();
+    observations.push_back(settings.hotKeyEnabled.observe(Published<bool>::Current::skip,
+                                                          Published<bool>::Repeats::deliver, [this](bool) {
+                                                              // The announcement comes before the value.
+                                                              tasks.spawnLater([this]() -> Task<> {
+                                                                  applyHotKey();
+                                                                  co_return;
+                                                              });
+                                                          }));
     start(startUp());
 }
 
-AppStore::~AppStore() = default;
+AppStore::~AppStore() {
+    services.hotKey.unregister();
+}
+
+void AppStore::applyHotKey() {
+    if (!settings.hotKeyEnabled) {
+        services.hotKey.unregister();
+        return;
+    }
+    services.hotKey.register_(
+        GlobalHotKey::keyR, GlobalHotKey::cmd | GlobalHotKey::shift,
+        [&center = services.notifications] { center.post(notification::openLedgerRequested); });
+}
 
 void AppStore::observeTriggers() {
     for (const auto name : {notification::workspaceDidWake, notification::applicationDidBecomeActive,

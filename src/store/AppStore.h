@@ -16,6 +16,7 @@
 namespace quillo {
 
 class APIClient;
+class GlobalHotKey;
 class HTTPSession;
 class LoginItem;
 class NotificationCenter;
@@ -33,6 +34,7 @@ struct AppServices {
     HTTPSession& session;
     APIClient& client;
     LoginItem& loginItem;
+    GlobalHotKey& hotKey;
     QString identityOrigin; ///< scheme and host of the OpenID provider
 };
 
@@ -126,6 +128,7 @@ private:
     void observeTriggers();
     void openBackendPage(QLatin1StringView path);
     void applyLaunchAtLogin(bool enabled);
+    void applyHotKey();
     void publish(Timeline fetched);
 
     /// When the last successful refresh was applied; before the first one any interval has passed.

@@ -13,19 +13,24 @@
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "store/AppStore.h"
+#include "store/GlobalHotKey.h"
+#include "ui/ApplicationMenu.h"
 #include "ui/Environment.h"
-#include "ui/LedgerWindow.h"
+#include "ui/SettingsView.h"
+#include "ui/SingleWindow.h"
 #include "ui/StatusItemScene.h"
+#include "ui/ledger/LedgerView.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QMainWindow>
 #include <QUrl>
 
 namespace quillo {
 
 /// In the order in which they are made; each uses only those before it.
 struct QuilloApp::Parts {
-    explicit Parts(MenuActions actions)
+    explicit Parts(const MenuActions& actions)
         : store({.clock = clock,
                  .notifications = notifications,
                  .workspace = workspace,
@@ -34,9 +39,17 @@ struct QuilloApp::Parts {
                  .session = HTTPSession::shared(),
                  .client = APIClient::shared(),
                  .loginItem = loginItem,
+                 .hotKey = GlobalHotKey::shared(),
                  .identityOrigin = build::identityOrigin}),
           environment(store),
-          statusItem(QDBusConnection::sessionBus(), notifications, std::move(actions)) {}
+          ledger(withMenuBar(ledgerScene([] { return new LedgerView; }), actions)),
+          settings(withMenuBar(settingsScene([] { return new SettingsView; }), actions)),
+          statusItem(QDBusConnection::sessionBus(), notifications, actions) {}
+
+    static WindowScene withMenuBar(WindowScene scene, const MenuActions& actions) {
+        scene.prepare = [actions](QMainWindow& window) { new ApplicationMenu(window, actions); };
+        return scene;
+    }
 
     /// Makes sure that the program starts at login. A failure is nothing the user has to deal with now: the
     /// settings window shows the state.
@@ -64,7 +77,8 @@ struct QuilloApp::Parts {
     SleepMonitor sleepMonitor{QDBusConnection::systemBus(), notifications};
     ApplicationActivity activity{notifications};
     TerminationSignals termination{[] { QCoreApplication::quit(); }};
-    LedgerWindow ledger;
+    SingleWindow ledger;
+    SingleWindow settings;
     StatusItemScene statusItem;
 };
 
@@ -72,20 +86,18 @@ QuilloApp::QuilloApp(SingleInstance& instance)
     : parts(std::make_unique<Parts>(MenuActions{
           .openLedger = [this] { parts->ledger.open(); },
           .openHelp = [this] { parts->workspace.open(QUrl(build::helpUrl, QUrl::StrictMode)); },
-          .openSettings = [this] { openSettings(); },
+          .openSettings = [this] { parts->settings.open(); },
           .quit = [] { QCoreApplication::quit(); },
       })) {
     instance.setRequests({
         .openLedger = [this] { parts->ledger.open(); },
         .refresh = [this] { parts->store.start(parts->store.refresh()); },
-        .settings = [this] { openSettings(); },
+        .settings = [this] { parts->settings.open(); },
         .quit = [] { QCoreApplication::quit(); },
     });
     parts->statusItem.show();
 }
 
 QuilloApp::~QuilloApp() = default;
-
-void QuilloApp::openSettings() {}
 
 } // namespace quillo

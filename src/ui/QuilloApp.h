@@ -19,8 +19,6 @@ public:
 private:
     struct Parts;
 
-    void openSettings();
-
     std::unique_ptr<Parts> parts;
 };
 

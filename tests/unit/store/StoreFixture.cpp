@@ -35,13 +35,39 @@ QByteArray snapshotsBody(const QList<QByteArray>& dates) {
     return R"({"snapshots":[)" + days.join(',') + "]}";
 }
 
+namespace {
+
+/// Notes which keys are asked for and gives each.
+class NotedKeys final : public HotKeyService {
+public:
+    explicit NotedKeys(QList<HotKeyChord>& registered) : chords(registered) {}
+
+    std::unique_ptr<Registration> registerHotKey(const HotKeyChord& chord, HotKeyIdentifier) override {
+        chords.append(chord);
+        return std::make_unique<Given>(chords, chord);
+    }
+
+private:
+    struct Given final : Registration {
+        Given(QList<HotKeyChord>& all, HotKeyChord own) : chords(all), chord(own) {}
+        ~Given() override { chords.removeOne(chord); }
+        QList<HotKeyChord>& chords;
+        HotKeyChord chord;
+    };
+
+    QList<HotKeyChord>& chords;
+};
+
+} // namespace
+
 StoreFixture::StoreFixture()
     : workspace([this](const QUrl& url) {
           opened.append(url);
           return true;
       }),
       defaults(folder.filePath(u"defaults.json"_s)),
-      loginItem(applicationId, u"/bin/true"_s) {
+      loginItem(applicationId, u"/bin/true"_s),
+      hotKey(std::make_unique<NotedKeys>(hotKeys)) {
     prepareFolders();
     prepareServers();
     clearSecrets();
@@ -85,6 +111,7 @@ AppStore& StoreFixture::start() {
                                                   .session = session,
                                                   .client = client,
                                                   .loginItem = loginItem,
+                                                  .hotKey = hotKey,
                                                   .identityOrigin = identity.origin()});
     return *made;
 }

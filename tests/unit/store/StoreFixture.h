@@ -9,6 +9,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "store/AppStore.h"
+#include "store/GlobalHotKey.h"
 #include "support/ManualClock.h"
 #include "support/RoutedServer.h"
 
@@ -63,7 +64,9 @@ public:
     SecretStore secrets;
     HTTPSession session;
     APIClient client{session};
-    LoginItem loginItem; ///< of a program that is installed
+    LoginItem loginItem;        ///< of a program that is installed
+    QList<HotKeyChord> hotKeys; ///< those registered, at present
+    GlobalHotKey hotKey;
 
     /// The key that `keepApiKey` stores.
     static constexpr auto apiKey = "key-1";

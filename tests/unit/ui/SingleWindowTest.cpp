@@ -1,4 +1,4 @@
-#include "ui/LedgerWindow.h"
+#include "ui/SingleWindow.h"
 
 #include "support/Wait.h"
 
@@ -19,7 +19,7 @@ qsizetype openWindows() {
 
 } // namespace
 
-class LedgerWindowTest : public QObject {
+class SingleWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -30,13 +30,13 @@ private Q_SLOTS:
     }
 
     void nothingIsOpenAtFirst() {
-        const LedgerWindow ledger;
+        const SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         QVERIFY(!ledger.window());
         QCOMPARE(openWindows(), 0);
     }
 
     void hasItsTitleAndSize() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         QVERIFY(ledger.window()->isVisible());
         QCOMPARE(ledger.window()->windowTitle(), QStringLiteral("Quillo — Ledger"));
@@ -45,14 +45,14 @@ private Q_SLOTS:
     }
 
     void cannotBeSmallerThanItsContentNeeds() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->resize(10, 10);
         QVERIFY(waitUntil([&] { return ledger.window()->size() == QSize(720, 480); }));
     }
 
     void openingItTwiceKeepsTheOneWindow() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         const auto* first = ledger.window();
         ledger.open();
@@ -61,7 +61,7 @@ private Q_SLOTS:
     }
 
     void openingItWhenMinimisedShowsIt() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->showMinimized();
         QVERIFY(ledger.window()->isMinimized());
@@ -71,7 +71,7 @@ private Q_SLOTS:
     }
 
     void openingItGivesItTheFocus() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         QWidget other;
         ledger.open();
         other.show();
@@ -82,7 +82,7 @@ private Q_SLOTS:
     }
 
     void reopensAtItsLastSize() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->resize(777, 555);
         ledger.window()->close();
@@ -94,7 +94,7 @@ private Q_SLOTS:
     }
 
     void reopensMaximisedWithTheSizeFromBefore() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->resize(770, 550);
         ledger.window()->showMaximized();
@@ -106,7 +106,7 @@ private Q_SLOTS:
     }
 
     void canBeOpenedAgainBeforeTheClosedOneIsGone() {
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->close();
         ledger.open();
@@ -118,7 +118,7 @@ private Q_SLOTS:
 
     void closingItEndsNothing() {
         QSignalSpy aboutToQuit(qApp, &QCoreApplication::aboutToQuit);
-        LedgerWindow ledger;
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
         ledger.window()->close();
         drainEvents();
@@ -126,5 +126,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerWindowTest)
-#include "LedgerWindowTest.moc"
+QTEST_MAIN(SingleWindowTest)
+#include "SingleWindowTest.moc"

@@ -1,0 +1,94 @@
+#include "ui/SingleWindow.h"
+
+#include "ui/WindowActivation.h"
+
+#include <QCloseEvent>
+#include <QMainWindow>
+
+#include <malloc.h>
+
+namespace quillo {
+
+WindowScene ledgerScene(std::function<QWidget*()> makeContent) {
+    static constexpr QSize leastContentSize(720, 480);
+    static constexpr QSize firstSize(960, 640);
+    return {.title = QStringLiteral("Quillo — Ledger"),
+            .identifier = QStringLiteral("ledger"),
+            .firstSize = firstSize,
+            .makeContent = [makeContent = std::move(makeContent)] {
+                auto* content = makeContent();
+                content->setMinimumSize(leastContentSize);
+                return content;
+            }};
+}
+
+WindowScene settingsScene(std::function<QWidget*()> makeContent) {
+    return {.title = QStringLiteral("Quillo Settings"),
+            .identifier = QStringLiteral("settings"),
+            .firstSize = {},
+            .makeContent = std::move(makeContent)};
+}
+
+class SingleWindow::Frame final : public QMainWindow {
+public:
+    Frame(SingleWindow& singleWindow, const WindowScene& scene) : owner(singleWindow) {
+        setAttribute(Qt::WA_DeleteOnClose);
+        setObjectName(scene.identifier);
+        setWindowTitle(scene.title);
+        if (scene.prepare) {
+            scene.prepare(*this);
+        }
+        setCentralWidget(scene.makeContent());
+    }
+
+    ~Frame() override {
+        delete takeCentralWidget();
+        // What the window showed may have been large.
+        malloc_trim(0);
+    }
+
+protected:
+    void closeEvent(QCloseEvent* event) override {
+        QMainWindow::closeEvent(event);
+        if (event->isAccepted()) {
+            owner.didClose();
+        }
+    }
+
+private:
+    SingleWindow& owner;
+};
+
+SingleWindow::SingleWindow(WindowScene windowScene) : scene(std::move(windowScene)), size(scene.firstSize) {}
+
+SingleWindow::~SingleWindow() {
+    delete frame;
+}
+
+void SingleWindow::open() {
+    if (!frame) {
+        frame = new Frame(*this, scene);
+        if (size.isEmpty()) {
+            frame->adjustSize();
+        } else {
+            frame->resize(size);
+        }
+        if (isMaximized) {
+            frame->setWindowState(Qt::WindowMaximized);
+        }
+    }
+    bringToFront(*frame);
+}
+
+QWidget* SingleWindow::window() const {
+    return frame;
+}
+
+void SingleWindow::didClose() {
+    isMaximized = frame->isMaximized();
+    size = isMaximized ? frame->normalGeometry().size() : frame->size();
+    // It deletes itself on a later turn; until then it must not be opened again.
+    frame.clear();
+}
+
+} // namespace quillo
