@@ -2,6 +2,7 @@
 
 #include "platform/tray/IconFolder.h"
 
+#include <QFile>
 #include <QImageReader>
 #include <QPainter>
 
@@ -9,12 +10,19 @@ namespace quillo {
 
 namespace {
 constexpr double disabledOpacity = 0.4;
+
+/// Symbols that panels show, too, are among the program's icons; the others are the windows' own.
+QString fileOf(const QString& name) {
+    const auto file = symbolIconName(name) + QStringLiteral(".svg");
+    const auto shared = QStringLiteral(":/icons/hicolor/symbolic/apps/") + file;
+    return QFile::exists(shared) ? shared : QStringLiteral(":/symbols/") + file;
+}
+
 } // namespace
 
 QPixmap symbolPixmap(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) {
     // Qt's SVG plug-in is loaded with the first window, not at start.
-    QImageReader reader(QStringLiteral(":/icons/hicolor/symbolic/apps/") + symbolIconName(name) +
-                        QStringLiteral(".svg"));
+    QImageReader reader(fileOf(name));
     const auto pixels = static_cast<int>(std::ceil(size * devicePixelRatio));
     reader.setScaledSize({pixels, pixels});
     auto image = reader.read().convertToFormat(QImage::Format_ARGB32_Premultiplied);
