@@ -11,6 +11,7 @@ from harness.panel import Panel
 from harness.popup import SCREEN_HEIGHT, SCREEN_WIDTH, Popup
 from harness.program import Quillo
 from harness.sandbox import Sandbox
+from harness.waiting import wait_until
 
 # Texts that a panel could take for its own: mnemonics, markup, a changed direction, a line break.
 ODD_MERCHANTS = [
@@ -38,7 +39,7 @@ def write_ledger_with_odd_merchants(sandbox):
 
 def start_quillo(desktop, sandbox):
     program = Quillo(desktop)
-    program.write_settings(backend=sandbox.http, refreshInterval=0)
+    program.write_settings(backend=sandbox.http, refreshInterval=1)
     program.store_secret("api_key", sandbox.api_key)
     sandbox.scenario(totalOwed=1234.5, pending=87.5)
     write_ledger_with_odd_merchants(sandbox)
@@ -55,8 +56,21 @@ def assert_whole(box):
     assert box.y + box.height < SCREEN_HEIGHT
 
 
-def work_through(popup, program, desktop, artefacts, *, button=1):
+def open_until_refreshed(popup, sandbox, *, button):
+    """Opens the menu until that has the program ask the backend again; a second after the last time is due."""
+    before = len(sandbox.requests("/api/timeline"))
+
+    def refreshed():
+        popup.open(button=button)
+        popup.close()
+        return len(sandbox.requests("/api/timeline")) > before
+
+    wait_until(refreshed, "a refresh when the menu opens")
+
+
+def work_through(popup, program, sandbox, desktop, artefacts, *, button=1):
     """Takes pictures of the open menu and its submenus, then leaves the program by its last entry."""
+    open_until_refreshed(popup, sandbox, button=button)
     menu = popup.open(button=button)
     assert_whole(menu)
     desktop.display.screenshot(artefacts / "menu.png")
@@ -76,7 +90,7 @@ def test_menu_in_the_xfce_panel(desktop, sandbox, artefacts):
     panel.start()
     program = start_quillo(desktop, sandbox)
     panel.wait_for_text("$1,234 + $88 pend")
-    work_through(Popup(desktop), program, desktop, artefacts)
+    work_through(Popup(desktop), program, sandbox, desktop, artefacts)
 
 
 def test_menu_of_a_signed_in_person_whose_bank_link_is_broken(desktop, provider, artefacts):
@@ -98,10 +112,19 @@ def mate_desktop(make_desktop):
     return make_desktop(services=SERVICES + MATE_SERVICES)
 
 
-def test_menu_in_the_mate_notification_area(mate_desktop, artefacts):
-    MatePanel(mate_desktop).start()
-    sandbox = mate_desktop.keep(Sandbox(mate_desktop.folder))
-    program = start_quillo(mate_desktop, sandbox)
+def test_panels_own_menu_in_the_mate_notification_area(mate_desktop, artefacts):
+    in_the_mate_notification_area(mate_desktop, artefacts, button=3)
+
+
+def test_programs_own_menu_in_the_mate_notification_area(mate_desktop, artefacts):
+    in_the_mate_notification_area(mate_desktop, artefacts, button=1)
+
+
+def in_the_mate_notification_area(desktop, artefacts, *, button):
+    """A left click comes to the program, which opens its menu at the pointer; a right click opens the panel's."""
+    MatePanel(desktop).start()
+    sandbox = desktop.keep(Sandbox(desktop.folder))
+    program = start_quillo(desktop, sandbox)
     sandbox.wait_for_requests(1)
     program.wait_until_idle()
-    work_through(Popup(mate_desktop), program, mate_desktop, artefacts, button=3)
+    work_through(Popup(desktop), program, sandbox, desktop, artefacts, button=button)
