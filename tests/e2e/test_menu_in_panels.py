@@ -81,7 +81,7 @@ def work_through(popup, program, sandbox, desktop, artefacts, *, button=1):
         desktop.display.screenshot(artefacts / f"menu-{name}.png")
         popup.close()
         assert popup.open(button=button) == menu
-    popup.press("End", "Return")
+    popup.press("Up", "Return")
     assert program.wait_for_end() == 0
 
 

@@ -10,6 +10,9 @@ SCREEN_WIDTH = 1280
 SCREEN_HEIGHT = 800
 PANEL_HEIGHT = 34
 
+# The panel shows one below the item when the mouse rests there; menus are several times as high.
+_TOOL_TIP_HEIGHT = 80
+
 
 @dataclass(frozen=True)
 class Box:
@@ -58,12 +61,12 @@ class Popup:
         wait_until(closed, "the end of the menu")
 
     def box(self):
-        """The smallest rectangle around everything below the panel; None when nothing is there."""
+        """The smallest rectangle around everything below the panel; None when no menu is there."""
         picture = self._picture(f"{SCREEN_WIDTH}x{SCREEN_HEIGHT - PANEL_HEIGHT}+0+{PANEL_HEIGHT}")
         # A black frame keeps the measuring honest where a menu touches the edge of the screen.
         found = re.findall(r"-?\d+", self._measure(picture, "-bordercolor", "black", "-border", "1", "-format", "%@"))
         width, height, x, y = map(int, found)
-        return Box(x - 1, y - 1 + PANEL_HEIGHT, width, height) if width and height else None
+        return Box(x - 1, y - 1 + PANEL_HEIGHT, width, height) if height > _TOOL_TIP_HEIGHT else None
 
     def _item_is_there(self):
         """An empty panel has one colour, or a few where it is shaded; text has many."""
