@@ -23,8 +23,8 @@ Colours Colours::on(const QPalette& palette) {
         .red = isDark ? QColor(0xff7b72) : QColor(0xb3261e),
         .orange = isDark ? QColor(0xffa657) : QColor(0x9a4a00),
         .green = isDark ? QColor(0x56d364) : QColor(0x17692e),
-        .secondary = mixed(text, background, 0.75),
-        .tertiary = mixed(text, background, 0.62),
+        .secondary = mixed(text, background, 0.8),
+        .tertiary = mixed(text, background, 0.7),
     };
 }
 

@@ -1,7 +1,7 @@
 #include "ui/MenuRenderer.h"
 
 #include "platform/tray/PlainText.h"
-#include "ui/TextColor.h"
+#include "ui/Colours.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -20,6 +20,31 @@ constexpr int widestLine = 110;
 /// Plain text as a tool tip, where rich text is told by its looks, and only rich text is broken into lines.
 QString plainToolTip(const QString& text) {
     return text.isEmpty() ? QString() : Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
+}
+
+QFont captionFont(const QFont& body) {
+    constexpr auto scale = 0.85;
+    auto caption = body;
+    if (body.pointSizeF() > 0) {
+        caption.setPointSizeF(body.pointSizeF() * scale);
+    } else {
+        caption.setPixelSize(std::max(1, qRound(body.pixelSize() * scale)));
+    }
+    return caption;
+}
+
+QColor textColour(MenuEntry::Style style, const QPalette& palette) {
+    switch (style) {
+    case MenuEntry::Style::normal:
+        break;
+    case MenuEntry::Style::secondary:
+        return Colours::on(palette).secondary;
+    case MenuEntry::Style::red:
+        return Colours::on(palette).red;
+    case MenuEntry::Style::orange:
+        return Colours::on(palette).orange;
+    }
+    return palette.color(QPalette::WindowText);
 }
 
 } // namespace
@@ -144,9 +169,9 @@ void MenuRenderer::initStyleOption(QStyleOptionMenuItem* option, const QAction* 
         return;
     }
     // For every state, as the toolkit would draw a line that cannot be chosen too faint to read.
-    const auto color = textColor(row->entry.style, palette());
+    const auto colour = textColour(row->entry.style, palette());
     for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
-        option->palette.setColor(role, color);
+        option->palette.setColor(role, colour);
     }
 }
 

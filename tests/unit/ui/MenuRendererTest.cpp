@@ -1,7 +1,7 @@
 #include "ui/MenuRenderer.h"
 
 #include "support/Wait.h"
-#include "ui/TextColor.h"
+#include "ui/Colours.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -174,22 +174,28 @@ private Q_SLOTS:
 
     void textLinesAreDrawnInTheirColour_data() {
         QTest::addColumn<Style>("style");
-        QTest::newRow("normal") << Style::normal;
-        QTest::newRow("secondary") << Style::secondary;
-        QTest::newRow("red") << Style::red;
-        QTest::newRow("orange") << Style::orange;
+        QTest::addColumn<QColor Colours::*>("colour");
+        QTest::newRow("secondary") << Style::secondary << &Colours::secondary;
+        QTest::newRow("red") << Style::red << &Colours::red;
+        QTest::newRow("orange") << Style::orange << &Colours::orange;
     }
     void textLinesAreDrawnInTheirColour() {
         QFETCH(Style, style);
+        QFETCH(QColor Colours::*, colour);
         MenuRenderer menu;
         for (const auto background : {Qt::white, Qt::black}) {
             menu.setPalette(QPalette(QColor(background)));
-            menu.setMenu({text(u"x"_s, style)});
-            const auto option = InspectedMenu::option(menu, menu.actions()[0]);
-            QCOMPARE(option.palette.color(QPalette::Disabled, QPalette::Text),
-                     textColor(style, menu.palette()));
-            QCOMPARE(option.palette.color(QPalette::Active, QPalette::WindowText),
-                     textColor(style, menu.palette()));
+            menu.setMenu({text(u"x"_s, style), text(u"y"_s)});
+            const auto drawn = [&menu](qsizetype index, QPalette::ColorGroup group,
+                                       QPalette::ColorRole role) {
+                return InspectedMenu::option(menu, menu.actions()[index]).palette.color(group, role);
+            };
+            const auto expected = Colours::on(menu.palette()).*colour;
+            QCOMPARE(drawn(0, QPalette::Disabled, QPalette::Text), expected);
+            QCOMPARE(drawn(0, QPalette::Active, QPalette::WindowText), expected);
+            // As legible as what can be chosen.
+            QCOMPARE(drawn(1, QPalette::Disabled, QPalette::Text),
+                     menu.palette().color(QPalette::WindowText));
         }
     }
 
@@ -198,8 +204,20 @@ private Q_SLOTS:
         auto caption = text(u"x"_s);
         caption.size = MenuEntry::TextSize::caption;
         menu.setMenu({caption, button(u"b"_s, u"y"_s)});
-        QCOMPARE(InspectedMenu::option(menu, menu.actions()[0]).font, captionFont(menu.font()));
+        QCOMPARE(InspectedMenu::option(menu, menu.actions()[0]).font.pointSizeF(),
+                 menu.font().pointSizeF() * 0.85);
         QCOMPARE(InspectedMenu::option(menu, menu.actions()[1]).font, menu.font());
+    }
+
+    void captionsAreSmallerAlsoWhenFontsAreMeasuredInPixels() {
+        MenuRenderer menu;
+        auto font = menu.font();
+        font.setPixelSize(20);
+        menu.setFont(font);
+        auto caption = text(u"x"_s);
+        caption.size = MenuEntry::TextSize::caption;
+        menu.setMenu({caption});
+        QCOMPARE(menu.actions()[0]->font().pixelSize(), 17);
     }
 
     void captionsFollowTheFont() {

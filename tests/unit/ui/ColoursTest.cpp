@@ -1,7 +1,7 @@
-#include "ui/TextColor.h"
+#include "ui/Colours.h"
 
-#include <QFont>
 #include <QPalette>
+#include <QSet>
 #include <QTest>
 
 #include <cmath>
@@ -9,8 +9,6 @@
 using namespace quillo;
 
 namespace {
-
-using Style = MenuEntry::Style;
 
 double luminance(const QColor& color) {
     const auto linear = [](double channel) {
@@ -34,11 +32,11 @@ QPalette paletteOf(QRgb text, QRgb background) {
 
 } // namespace
 
-class TextColorTest : public QObject {
+class ColoursTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyStyleIsLegibleOnEveryTheme_data() {
+    void everyColourIsLegibleOnEveryTheme_data() {
         QTest::addColumn<QPalette>("palette");
         QTest::newRow("white") << paletteOf(0x000000, 0xffffff);
         QTest::newRow("light grey") << paletteOf(0x232629, 0xeff0f1);
@@ -47,41 +45,27 @@ private Q_SLOTS:
         QTest::newRow("dark blue") << paletteOf(0xfcfcfc, 0x2a2e32);
         QTest::newRow("black") << paletteOf(0xffffff, 0x000000);
     }
-    void everyStyleIsLegibleOnEveryTheme() {
+    void everyColourIsLegibleOnEveryTheme() {
         QFETCH(QPalette, palette);
         const auto background = palette.color(QPalette::Window);
-        for (const auto style : {Style::normal, Style::secondary, Style::red, Style::orange}) {
-            const auto ratio = contrast(textColor(style, palette), background);
-            QVERIFY2(ratio >= 4.5, qPrintable(QString::number(ratio)));
+        const auto colours = Colours::on(palette);
+        for (const auto& colour :
+             {colours.red, colours.orange, colours.green, colours.secondary, colours.tertiary}) {
+            const auto ratio = contrast(colour, background);
+            QVERIFY2(ratio >= 4.5, qPrintable(colour.name() + u' ' + QString::number(ratio)));
         }
     }
 
-    void stylesDiffer() {
+    void coloursDiffer() {
         for (const auto& palette : {paletteOf(0x000000, 0xffffff), paletteOf(0xffffff, 0x353535)}) {
-            QCOMPARE(textColor(Style::normal, palette), palette.color(QPalette::WindowText));
-            QSet<QRgb> colors;
-            for (const auto style : {Style::normal, Style::secondary, Style::red, Style::orange}) {
-                colors.insert(textColor(style, palette).rgb());
-            }
-            QCOMPARE(colors.size(), 4);
+            const auto colours = Colours::on(palette);
+            const QSet<QRgb> distinct{colours.red.rgb(),      colours.orange.rgb(),
+                                      colours.green.rgb(),    colours.secondary.rgb(),
+                                      colours.tertiary.rgb(), palette.color(QPalette::WindowText).rgb()};
+            QCOMPARE(distinct.size(), 6);
         }
-    }
-
-    void disabledTextsHaveTheSameColours() {
-        auto palette = paletteOf(0x000000, 0xffffff);
-        palette.setCurrentColorGroup(QPalette::Disabled);
-        QCOMPARE(textColor(Style::normal, palette), QColor(Qt::black));
-    }
-
-    void captionsAreSmallerInEitherUnit() {
-        QFont points;
-        points.setPointSizeF(10);
-        QCOMPARE(captionFont(points).pointSizeF(), 8.5);
-        QFont pixels;
-        pixels.setPixelSize(20);
-        QCOMPARE(captionFont(pixels).pixelSize(), 17);
     }
 };
 
-QTEST_MAIN(TextColorTest)
-#include "TextColorTest.moc"
+QTEST_MAIN(ColoursTest)
+#include "ColoursTest.moc"
