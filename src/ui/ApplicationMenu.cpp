@@ -1,6 +1,7 @@
 #include "ui/ApplicationMenu.h"
 
 #include "platform/BuildConfiguration.h"
+#include "platform/NotificationCenter.h"
 #include "store/AppStore.h"
 #include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
@@ -11,7 +12,8 @@
 
 namespace quillo {
 
-ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& actions)
+ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notifications,
+                                 const MenuActions& actions)
     : QObject(&owner),
       window(owner),
       store(Environment::store()),
@@ -19,6 +21,8 @@ ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& actions)
       statusMenu(new MenuRenderer(&owner)),
       updates(store, [this] { render(); }) {
     auto* menu = window.menuBar()->addMenu(QStringLiteral("&Quillo"));
+    connect(menu, &QMenu::aboutToShow, this,
+            [&notifications] { notifications.post(notification::menuDidBeginTracking); });
     connect(menu->addAction(QStringLiteral("About Quillo")), &QAction::triggered, this,
             [this] { showAbout(); });
     auto* refresh = menu->addAction(QStringLiteral("Refresh"));

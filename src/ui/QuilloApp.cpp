@@ -42,12 +42,15 @@ struct QuilloApp::Parts {
                  .hotKey = GlobalHotKey::shared(),
                  .identityOrigin = build::identityOrigin}),
           environment(store),
-          ledger(withMenuBar(ledgerScene([] { return new LedgerView; }), actions)),
-          settings(withMenuBar(settingsScene([] { return new SettingsView; }), actions)),
+          ledger(withMenuBar(ledgerScene([] { return new LedgerView; }), notifications, actions)),
+          settings(withMenuBar(settingsScene([] { return new SettingsView; }), notifications, actions)),
           statusItem(QDBusConnection::sessionBus(), notifications, actions) {}
 
-    static WindowScene withMenuBar(WindowScene scene, const MenuActions& actions) {
-        scene.prepare = [actions](QMainWindow& window) { new ApplicationMenu(window, actions); };
+    static WindowScene withMenuBar(WindowScene scene, NotificationCenter& notifications,
+                                   const MenuActions& actions) {
+        scene.prepare = [&notifications, actions](QMainWindow& window) {
+            new ApplicationMenu(window, notifications, actions);
+        };
         return scene;
     }
 
