@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto email = emailClaim(u"e30."_s + payload + u".c2ln"_s);
     require(email == emailClaim(u"e30."_s + payload));
     const auto document = QJsonDocument::fromJson(bytes);
-    if (!document.isNull() && email) {
+    // Qt takes a byte-order mark at the start of a text or a name for no part of it.
+    if (!document.isNull() && email && !bytes.contains("\xEF\xBB\xBF")) {
         require(document.object().value(u"email"_s) == QJsonValue(*email));
     }
     return 0;

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
 #include <QTemporaryDir>
 
 #include <cstddef>
@@ -29,6 +30,10 @@ QByteArray contents(const QString& path) {
     QFile file(path);
     require(file.open(QIODevice::ReadOnly));
     return file.readAll();
+}
+
+QJsonObject written(const QJsonObject& values) {
+    return DefaultsFile::parse(QJsonDocument(values).toJson()).value();
 }
 
 void checkReading(const QString& path, const QJsonObject& values) {
@@ -59,7 +64,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(file.read() == expected);
     expected.insert(changedKey, true);
     require(file.merge({{changedKey, true}}));
-    require(file.read() == expected);
+    // Once written anew, a text is without a byte-order mark that it began with.
+    require(file.read() == expected || file.read() == written(expected));
     require(QFile::exists(aside) != parsed.has_value());
     if (!parsed) {
         require(contents(aside) == bytes);
