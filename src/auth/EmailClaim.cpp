@@ -3,6 +3,7 @@
 #include "model/JsonReader.h"
 
 #include <QByteArray>
+#include <QStringList>
 
 namespace quillo {
 
