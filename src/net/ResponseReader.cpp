@@ -1,5 +1,7 @@
 #include "net/ResponseReader.h"
 
+#include <QThreadPool>
+
 #include <utility>
 
 namespace quillo {
@@ -13,13 +15,15 @@ namespace {
 constexpr qint64 readAhead = 256 * 1024;
 /// Read from the reply at a time.
 constexpr qint64 pieceSize = 32 * 1024;
-/// Added to the body on one turn of the loop: some two milliseconds of decompressing.
-constexpr qsizetype turnSize = 1024 * 1024;
+/// Added to the body on one turn of the loop: half a millisecond of decompressing and of touching new memory.
+constexpr qsizetype turnSize = 256 * 1024;
+
+/// Smaller bodies grow and go in no time.
+constexpr qsizetype large = 1024 * 1024;
 
 /// Growing by doubling copies tens of megabytes at once and blocks the loop. Memory that is reserved but
 /// never written costs only addresses.
 void makeRoom(QByteArray& body, qint64 limit) {
-    constexpr qsizetype large = 1024 * 1024;
     if (body.size() >= large && body.capacity() < limit + 2 * pieceSize) {
         body.reserve(static_cast<qsizetype>(limit + 2 * pieceSize));
     }
@@ -152,6 +156,10 @@ void ResponseReader::finish() {
 
 void ResponseReader::fail(Reason reason, const QString& text) {
     failure.emplace(reason, text);
+    if (response.body.size() >= large) {
+        // Giving tens of megabytes back to the system blocks for milliseconds.
+        QThreadPool::globalInstance()->start([body = std::exchange(response.body, {})] {});
+    }
     end();
 }
 

@@ -426,7 +426,7 @@ void APIClientTest::getAndPostHaveTheirOwnTimeouts() {
         const auto& impatient = operation.method == "GET" ? impatientGet : impatientPost;
         QCOMPARE(operation.call(impatient, server.origin(), key, true).text, u"The request timed out."_s);
     }
-    QCOMPARE(server.requests().size(), operations().size());
+    QVERIFY(server.requests().size() <= operations().size()); // none is sent again
 }
 
 void APIClientTest::theUsualTimeoutsAreTwentyAndThirtySeconds() {
