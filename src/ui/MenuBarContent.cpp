@@ -197,8 +197,9 @@ Menu MenuBarContent::intervals() const {
         auto entry = button(
             QStringLiteral("interval-%1").arg(preset.seconds), preset.label,
             [&shared = store, seconds = preset.seconds] { shared.settings.refreshInterval = seconds; });
+        // No place for a mark otherwise: panels would draw an empty box there.
         entry.check = store.settings.refreshInterval == preset.seconds ? MenuEntry::CheckState::on
-                                                                       : MenuEntry::CheckState::off;
+                                                                       : MenuEntry::CheckState::none;
         entries.push_back(std::move(entry));
     }
     return entries;
