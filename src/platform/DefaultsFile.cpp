@@ -24,17 +24,12 @@ constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 /// Others hold the lock for milliseconds; one that holds it for longer has hung.
 constexpr auto longestWaitForLock = 5s;
 
-/// Parents are made as the system likes, the last folder for its owner only.
+/// Parents are made as the system likes, the last folder for its owner only. Another process may be faster.
 bool makeFolder(const QFileInfo& file) {
-    const QDir folder = file.dir();
-    if (folder.exists()) {
-        return true;
-    }
-    const QFileInfo parent(folder.path());
-    // Another process may make it meanwhile.
-    return QDir().mkpath(parent.path()) &&
-           // cppcheck-suppress identicalConditionAfterEarlyExit
-           (QDir().mkdir(folder.path(), ownerOnly | QFile::ExeOwner) || folder.exists());
+    const auto folder = file.path();
+    const bool made =
+        QDir().mkpath(QFileInfo(folder).path()) && QDir().mkdir(folder, ownerOnly | QFile::ExeOwner);
+    return made || QFileInfo(folder).isDir();
 }
 
 } // namespace
