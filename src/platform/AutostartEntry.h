@@ -17,8 +17,8 @@ enum class Meaning {
 
 [[nodiscard]] Meaning meaning(const QByteArray& text);
 
-/// `program` as the only word of an Exec key's value, quoted as the specification's section "The Exec key"
-/// asks for, whatever characters it contains.
+/// `program` as the only word of an Exec key's value, quoted as section "The Exec key" of the Desktop Entry
+/// Specification asks for, whatever characters it contains.
 [[nodiscard]] QString quotedForExec(const QString& program);
 
 /// A value of type string with the escapes of the section "Possible value types".
