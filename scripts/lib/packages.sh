@@ -34,5 +34,5 @@ testPackages=(
     chromium chromium-driver mate-panel
     libbenchmark-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
-    x11-utils x11-xkb-utils x11-xserver-utils xinput
+    man-db x11-utils x11-xkb-utils x11-xserver-utils xinput
 )
