@@ -30,6 +30,7 @@ struct Fixture {
     StatusItem item{connection};
     ItemProxy panel{bus.connect(), connection.baseService()};
     std::optional<LoopStallProbe> probe{std::in_place};
+    std::chrono::milliseconds longestStall{0};
 
     Fixture() {
         item.setContent(owed(u"$12.50"_s));
@@ -37,7 +38,8 @@ struct Fixture {
     }
 
     ~Fixture() {
-        if (const auto stall = probe->longestStall(); stall > LoopStallProbe::budget) {
+        const auto stall = std::max(longestStall, probe->longestStall());
+        if (stall > LoopStallProbe::budget) {
             qCritical("the event loop stood still for %lld ms", static_cast<long long>(stall.count()));
             QTest::qFail("the event loop was blocked", __FILE__, __LINE__);
         }
@@ -47,8 +49,25 @@ struct Fixture {
         return waitUntil([this] { return item.isOnPanel(); });
     }
 
+    /// Does what blocks this thread by itself, for which the item is not to blame: the probe looks away.
+    template <typename Action>
+    void unwatched(Action action) {
+        longestStall = std::max(longestStall, probe->longestStall());
+        probe.reset();
+        action();
+        probe.emplace();
+    }
+
+    void startWatcher() {
+        unwatched([this] { watcher.start(); });
+    }
+
+    void stopWatcher() {
+        unwatched([this] { watcher.stop(); });
+    }
+
     void showOnPanel() {
-        watcher.start();
+        startWatcher();
         item.show();
         QVERIFY(becomesRegistered());
         (void)panel.takeSignals();
@@ -109,7 +128,7 @@ private Q_SLOTS:
 
     void registersWithAWatcherThatIsThere() {
         Fixture fixture;
-        fixture.watcher.start();
+        fixture.startWatcher();
         fixture.item.show();
         QVERIFY(fixture.becomesRegistered());
         QCOMPARE(fixture.watcher.items(), QStringList{fixture.connection.baseService()});
@@ -120,7 +139,7 @@ private Q_SLOTS:
         fixture.item.show();
         (void)fixture.panel.takeSignals();
         QVERIFY(!fixture.item.isOnPanel());
-        fixture.watcher.start();
+        fixture.startWatcher();
         QVERIFY(fixture.becomesRegistered());
         QCOMPARE(fixture.watcher.items(), QStringList{fixture.connection.baseService()});
     }
@@ -129,10 +148,10 @@ private Q_SLOTS:
         Fixture fixture;
         fixture.item.show();
         for (int round = 0; round < 100; ++round) {
-            fixture.watcher.start();
+            fixture.startWatcher();
             QVERIFY(fixture.becomesRegistered());
             QCOMPARE(fixture.watcher.items(), QStringList{fixture.connection.baseService()});
-            fixture.watcher.stop();
+            fixture.stopWatcher();
             QVERIFY(waitUntil([&] { return !fixture.item.isOnPanel(); }));
         }
         QCOMPARE(fixture.signalNames(), QStringList());
@@ -142,7 +161,7 @@ private Q_SLOTS:
         Fixture fixture;
         fixture.showOnPanel();
         ScriptedWatcher second(fixture.bus.connect());
-        fixture.watcher.stop();
+        fixture.stopWatcher();
         second.start();
         QVERIFY(waitUntil([&] { return second.items().size() == 1; }));
         QVERIFY(fixture.becomesRegistered());
@@ -161,7 +180,7 @@ private Q_SLOTS:
     void isThereWhileTheWatcherIsStillSilent() {
         Fixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::whenTold);
-        fixture.watcher.start();
+        fixture.startWatcher();
         fixture.item.show();
         QVERIFY(waitUntil([&] { return fixture.watcher.items().size() == 1; }));
         fixture.item.setContent(owed(u"$13.00"_s));
@@ -175,22 +194,22 @@ private Q_SLOTS:
     void theLateAnswerOfAWatcherThatHasGoneCountsForNothing() {
         Fixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::whenTold);
-        fixture.watcher.start();
+        fixture.startWatcher();
         fixture.item.show();
         QVERIFY(waitUntil([&] { return fixture.watcher.items().size() == 1; }));
-        fixture.watcher.stop();
+        fixture.stopWatcher();
         fixture.watcher.answerNow();
         (void)fixture.panel.takeSignals();
         QVERIFY(!fixture.item.isOnPanel());
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::atOnce);
-        fixture.watcher.start();
+        fixture.startWatcher();
         QVERIFY(fixture.becomesRegistered());
     }
 
     void asksAWatcherThatRefusedAgainOnceItHasAPanel() {
         Fixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::withError);
-        fixture.watcher.start();
+        fixture.startWatcher();
         fixture.item.show();
         QVERIFY(waitUntil([&] { return fixture.watcher.items().size() == 1; }));
         (void)fixture.panel.takeSignals();
