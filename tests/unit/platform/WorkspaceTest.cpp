@@ -1,9 +1,19 @@
 #include "platform/Workspace.h"
 
+#include "support/ChildProcess.h"
+#include "support/VirtualDisplay.h"
+#include "support/Wait.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
+using namespace quillo::test;
 
 class WorkspaceTest : public QObject {
     Q_OBJECT
@@ -40,6 +50,37 @@ private Q_SLOTS:
         if (opened) {
             QCOMPARE(urls.constFirst(), QUrl(address));
         }
+    }
+
+    void pageGoesToTheDesktopsBrowserWhichIsNotWaitedFor() {
+        const QTemporaryDir folder;
+        const auto asked = folder.filePath(u"asked"_s);
+        const auto mayEnd = folder.filePath(u"mayEnd"_s);
+        QCOMPARE(::mkfifo(mayEnd.toLocal8Bit().constData(), 0600), 0);
+        QFile browser(folder.filePath(u"xdg-open"_s));
+        QVERIFY(browser.open(QIODevice::WriteOnly));
+        browser.write("#!/bin/sh\necho \"$*\" > '" + asked.toUtf8() + ".new'\nmv '" + asked.toUtf8() +
+                      ".new' '" + asked.toUtf8() + "'\ntimeout 60 cat '" + mayEnd.toUtf8() + "'\n");
+        browser.close();
+        QVERIFY(browser.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+        const VirtualDisplay display;
+        auto environment = display.environment();
+        environment.insert(u"PATH"_s, folder.path() + u':' + environment.value(u"PATH"_s));
+        // A desktop that is known has its own opener instead.
+        environment.remove(u"XDG_CURRENT_DESKTOP"_s);
+        environment.remove(u"DESKTOP_SESSION"_s);
+        const QStringList page{u"https://app.quillo.example/link?a=1&b=%20"_s};
+
+        ChildProcess probe(QCoreApplication::applicationDirPath() + u"/WorkspaceProbe"_s, page, environment);
+
+        QCOMPARE(probe.readLine(), "opened");
+        QCOMPARE(probe.waitForExit(), 0); // while the browser still runs
+        QVERIFY(waitUntil([&] { return QFile::exists(asked); }));
+        QFile arguments(asked);
+        QVERIFY(arguments.open(QIODevice::ReadOnly));
+        QCOMPARE(arguments.readAll(), page.constFirst().toUtf8() + '\n');
+        QFile end(mayEnd);
+        QVERIFY(end.open(QIODevice::WriteOnly));
     }
 
     void saysWhenTheBrowserCannotBeStarted() {
