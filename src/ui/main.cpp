@@ -1,5 +1,6 @@
 #include "platform/ActivationToken.h"
 #include "platform/BuildConfiguration.h"
+#include "platform/LaunchFeedback.h"
 #include "platform/SingleInstance.h"
 #include "ui/QuilloApp.h"
 
@@ -22,7 +23,11 @@ int main(int argc, char* argv[]) {
     // The status item stays when windows close.
     QApplication::setQuitOnLastWindowClosed(false);
     quillo::SingleInstance instance(QDBusConnection::sessionBus(), quillo::build::applicationId);
-    if (instance.claim(launchToken) == quillo::SingleInstance::Claim::second) {
+    const auto claim = instance.claim(launchToken);
+    if (QGuiApplication::platformName() == QLatin1StringView("xcb")) {
+        quillo::endLaunchFeedback(launchToken);
+    }
+    if (claim == quillo::SingleInstance::Claim::second) {
         return 0;
     }
     const quillo::QuilloApp quillo(instance);
