@@ -81,9 +81,20 @@ LedgerHeader::LedgerHeader(QWidget* parent)
       store(Environment::store()),
       snapshotBanner(new LedgerBanner([this] { Q_EMIT backToLiveRequested(); }, this)),
       linkBanner(new LedgerBanner([this] { store.openReconnect(); }, this)),
-      totals(makeTotals()),
+      totals(new QWidget(this)),
+      caption(captionLabel(totals)),
+      posted(label(totals, largeFigure, QFont::DemiBold)),
+      plus(label(totals, mediumFigure)),
+      pending(label(totals, mediumFigure, QFont::Medium)),
+      pendingWord(label(totals)),
+      equals(label(totals, mediumFigure)),
+      total(label(totals, largeFigure, QFont::DemiBold)),
+      cardSymbol(new QLabel(totals)),
+      available(captionLabel(totals)),
+      asOf(captionLabel(totals)),
       error(new LedgerBanner([] {}, this)),
       spinner(new Spinner(spinnerSize, this)) {
+    layOutTotals();
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(16, 12, 16, 12);
     column->setSpacing(10);
@@ -94,19 +105,11 @@ LedgerHeader::LedgerHeader(QWidget* parent)
     column->addWidget(spinner, 0, Qt::AlignHCenter);
 }
 
-QWidget* LedgerHeader::makeTotals() {
-    auto* area = new QWidget(this);
-    caption = captionLabel(area);
+void LedgerHeader::layOutTotals() {
     caption->setAccessibleName(QStringLiteral("Totals"));
-    posted = label(area, largeFigure, QFont::DemiBold);
-    plus = label(area, mediumFigure);
     plus->setText(QStringLiteral("+"));
-    pending = label(area, mediumFigure, QFont::Medium);
-    pendingWord = label(area);
     pendingWord->setText(QStringLiteral("pending"));
-    equals = label(area, mediumFigure);
     equals->setText(QStringLiteral("="));
-    total = label(area, largeFigure, QFont::DemiBold);
 
     auto* figures = new QHBoxLayout;
     figures->setSpacing(10);
@@ -115,9 +118,6 @@ QWidget* LedgerHeader::makeTotals() {
     }
     figures->addStretch(1);
 
-    cardSymbol = new QLabel(area);
-    available = captionLabel(area);
-    asOf = captionLabel(area);
     auto* credit = new QHBoxLayout;
     credit->setSpacing(6);
     credit->addWidget(cardSymbol);
@@ -125,13 +125,12 @@ QWidget* LedgerHeader::makeTotals() {
     credit->addWidget(asOf);
     credit->addStretch(1);
 
-    auto* column = new QVBoxLayout(area);
+    auto* column = new QVBoxLayout(totals);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(4);
     column->addWidget(caption);
     column->addLayout(figures);
     column->addLayout(credit);
-    return area;
 }
 
 void LedgerHeader::render() {

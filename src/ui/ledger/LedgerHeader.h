@@ -3,7 +3,6 @@
 #include <QWidget>
 
 class QLabel;
-class QStackedLayout;
 
 namespace quillo {
 
@@ -30,7 +29,7 @@ private:
     void renderBanners();
     void renderTotals(const Timeline& ledger);
     void renderAbsence();
-    [[nodiscard]] QWidget* makeTotals();
+    void layOutTotals();
 
     AppStore& store;
     LedgerBanner* snapshotBanner;
