@@ -36,13 +36,12 @@ QString symbolIconName(const QString& symbol) {
 }
 
 QString iconThemePath() {
-    if (const auto installed = installedIconFolder(QCoreApplication::applicationDirPath());
-        !installed.isEmpty()) {
+    if (auto installed = installedIconFolder(QCoreApplication::applicationDirPath()); !installed.isEmpty()) {
         return installed;
     }
     for (const auto location : {QStandardPaths::RuntimeLocation, QStandardPaths::GenericCacheLocation}) {
         const auto base = QStandardPaths::writableLocation(location);
-        const auto folder = base + u"/quillo/icons"_s;
+        auto folder = base + u"/quillo/icons"_s;
         if (!base.isEmpty() && writeIcons(folder)) {
             return folder;
         }

@@ -69,7 +69,7 @@ class DefaultBrowser:
         """The addresses so far, in the order of their coming."""
         return self._addresses.read_text(encoding="utf-8").splitlines()
 
-    def wait_for_pages(self, count, *, timeout=20.0):
+    def wait_for_pages(self, count, *, timeout=30.0):
         """Waits until `count` pages were opened, and returns them all."""
         wait_until(lambda: len(self.opened) >= count, lambda: f"{count} pages; so far {self.opened}", timeout=timeout)
         return self.opened

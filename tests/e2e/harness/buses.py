@@ -85,7 +85,7 @@ class Bus:
         )
         return owner
 
-    def wait_for_owner(self, name, *, timeout=15.0):
+    def wait_for_owner(self, name, *, timeout=30.0):
         wait_until(lambda: self.has_owner(name), f"an owner of {name}", timeout=timeout)
 
     def stop(self):

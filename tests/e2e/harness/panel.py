@@ -81,7 +81,7 @@ class Panel:
         """The texts that the panel shows now, as a screen reader would read them out."""
         return self._look()["texts"]
 
-    def wait_for_text(self, text, *, timeout=20.0):
+    def wait_for_text(self, text, *, timeout=30.0):
         wait_until(
             lambda: text in self.texts(), lambda: f"{text!r} in the panel, which shows {self.texts()}", timeout=timeout
         )

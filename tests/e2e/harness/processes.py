@@ -47,7 +47,7 @@ class Child:
         with open(self.log, encoding="utf-8", errors="replace") as file:
             return file.read()
 
-    def wait(self, *, timeout=15.0):
+    def wait(self, *, timeout=30.0):
         """Waits for the end, without a deadline when `timeout` is None, and returns the exit status."""
         if timeout is None:
             return self.process.wait()

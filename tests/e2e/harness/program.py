@@ -75,7 +75,7 @@ class Quillo:
         os.kill(self._child.pid, signal)
         return self._child.wait()
 
-    def wait_for_end(self, *, timeout=15.0):
+    def wait_for_end(self, *, timeout=30.0):
         return self._child.wait(timeout=timeout)
 
     def stop(self):

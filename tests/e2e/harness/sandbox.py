@@ -66,7 +66,7 @@ class Sandbox:
     def backend_requests(self):
         return [entry for entry in self.requests() if entry["listener"] != "identity"]
 
-    def wait_for_requests(self, count, path="/api/timeline", *, timeout=15.0):
+    def wait_for_requests(self, count, path="/api/timeline", *, timeout=30.0):
         """Waits until `path` has been asked for and answered at least `count` times; returns those requests."""
 
         def answered():

@@ -19,7 +19,7 @@ def turn_loop():
         source.destroy()
 
 
-def wait_until(condition, what, *, timeout=15.0):
+def wait_until(condition, what, *, timeout=30.0):
     """Returns the first true value of condition(); after timeout seconds raises TimeoutError.
 
     `what` names the awaited thing; a callable is asked when the time is over, so that the error can

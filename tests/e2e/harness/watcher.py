@@ -61,7 +61,7 @@ class Watcher:
         self.stop()
         self.start()
 
-    def wait_for_item(self, *, timeout=15.0):
+    def wait_for_item(self, *, timeout=30.0):
         """The one registered item; a second registration with the same owner of the name is an error."""
         wait_until(lambda: self.registrations, "an item to register", timeout=timeout)
         assert len(self.registrations) == 1, self.registrations
@@ -142,7 +142,7 @@ class StatusItem:
         """What the user sees: the icon's name and the text."""
         return (self.icon, self.label)
 
-    def wait_for(self, icon, label, *, timeout=15.0):
+    def wait_for(self, icon, label, *, timeout=30.0):
         """Waits until the item shows exactly this icon and text."""
         wanted = _as_shown(icon, label)
         wait_until(
@@ -171,7 +171,7 @@ class StatusItem:
         """Tells the program that the user opens the menu, as an indicator applet does."""
         self.menu_call("AboutToShowGroup", GLib.Variant("(ai)", ([0],)))
 
-    def open_menu_until(self, icon, label, *, timeout=15.0):
+    def open_menu_until(self, icon, label, *, timeout=30.0):
         """Opens the menu again and again until the item shows exactly this icon and text."""
         wanted = _as_shown(icon, label)
 
