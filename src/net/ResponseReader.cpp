@@ -12,14 +12,14 @@ using Reason = TransportError::Reason;
 namespace {
 
 /// What Qt may hold for us at a time; the connection waits while it is full.
-constexpr qint64 readAhead = 256 * 1024;
+constexpr qint64 readAhead = qint64{256} * 1024;
 /// Read from the reply at a time.
-constexpr qint64 pieceSize = 32 * 1024;
+constexpr qint64 pieceSize = qint64{32} * 1024;
 /// Added to the body on one turn of the loop: half a millisecond of decompressing and of touching new memory.
-constexpr qsizetype turnSize = 256 * 1024;
+constexpr qsizetype turnSize = qsizetype{256} * 1024;
 
 /// Smaller bodies grow and go in no time.
-constexpr qsizetype large = 1024 * 1024;
+constexpr qsizetype large = qsizetype{1024} * 1024;
 
 /// Growing by doubling copies tens of megabytes at once and blocks the loop. Memory that is reserved but
 /// never written costs only addresses.

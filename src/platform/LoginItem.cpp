@@ -22,7 +22,7 @@ namespace {
 using autostart::Meaning;
 
 /// Far more than any entry; what lies beyond is not read.
-constexpr qint64 entryLimit = 1024 * 1024;
+constexpr qint64 entryLimit = qint64{1024} * 1024;
 
 /// Absent when there is no entry. Throws `LoginItemError` when there is a file that cannot be read.
 std::optional<Meaning> meaningOfEntry(const QString& path) {
