@@ -30,7 +30,7 @@ desktopPackages=(
 # Checking and testing.
 testPackages=(
     shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
-    python3-pytest python3-pytest-xdist python3-dbusmock python3-selenium
+    python3-pytest python3-dbusmock python3-selenium
     chromium chromium-driver mate-panel
     libbenchmark-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
