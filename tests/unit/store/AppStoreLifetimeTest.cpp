@@ -4,6 +4,7 @@
 #include "support/PrivateKeyring.h"
 #include "support/Wait.h"
 
+#include <QCoreApplication>
 #include <QTest>
 
 using namespace quillo;
@@ -77,7 +78,7 @@ private Q_SLOTS:
             store.lastError.observe(Published<std::optional<QString>>::Current::skip,
                                     Published<std::optional<QString>>::Repeats::deliver, [&](const auto&) {
                                         QMetaObject::invokeMethod(
-                                            qApp,
+                                            QCoreApplication::instance(),
                                             [&] {
                                                 fixture->stop();
                                                 gone = true;
