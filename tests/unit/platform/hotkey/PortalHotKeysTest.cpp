@@ -107,7 +107,7 @@ struct Desktop : Keys {
 
     [[nodiscard]] bool useUntilNoticed() {
         const auto before = tokens.size();
-        const bool noticed = waitUntil([&] {
+        bool noticed = waitUntil([&] {
             if (!backEnd.session.isEmpty()) {
                 backEnd.activate(openLedger);
                 backEnd.deactivate(openLedger);
@@ -115,6 +115,11 @@ struct Desktop : Keys {
             drainEvents();
             return tokens.size() > before;
         });
+        // Presses arrive in their order: after this one, none of those above is still on its way.
+        const auto last = u"settled"_s;
+        backEnd.activate(openLedger, {{u"activation_token"_s, last}});
+        backEnd.deactivate(openLedger);
+        noticed = noticed && waitUntil([&] { return tokens.contains(last); });
         settle();
         tokens.clear();
         return noticed;
