@@ -47,11 +47,8 @@ bool DefaultsFile::merge(const QJsonObject& changes) const {
         return false;
     }
     const auto before = load();
-    auto merged = before.values;
-    for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
-        merged.insert(change.key(), change.value());
-    }
-    if (before.state == State::readable && merged == before.values) {
+    const auto values = merged(before.values, changes);
+    if (before.state == State::readable && values == before.values) {
         return true;
     }
     if (before.state == State::damaged && !moveAside()) {
@@ -60,7 +57,7 @@ bool DefaultsFile::merge(const QJsonObject& changes) const {
     // Complete and on the disk under another name before it takes the old one's place. Follows a link. In
     // Qt 6.4, commit() alone would put a file in place whose last bytes found no room.
     QSaveFile file(path);
-    const auto contents = QJsonDocument(merged).toJson();
+    const auto contents = format(values);
     return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) &&
            file.write(contents) == contents.size() && file.flush() && file.commit();
 }
@@ -68,6 +65,17 @@ bool DefaultsFile::merge(const QJsonObject& changes) const {
 std::optional<QJsonObject> DefaultsFile::parse(const QByteArray& contents) {
     const auto document = QJsonDocument::fromJson(contents);
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
+}
+
+QJsonObject DefaultsFile::merged(QJsonObject values, const QJsonObject& changes) {
+    for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
+        values.insert(change.key(), change.value());
+    }
+    return values;
+}
+
+QByteArray DefaultsFile::format(const QJsonObject& values) {
+    return QJsonDocument(values).toJson();
 }
 
 DefaultsFile::Contents DefaultsFile::load() const {

@@ -33,6 +33,12 @@ public:
     /// The JSON object that `contents` is, if it is one. Of a repeated key the last counts.
     [[nodiscard]] static std::optional<QJsonObject> parse(const QByteArray& contents);
 
+    /// `values` with the changes in.
+    [[nodiscard]] static QJsonObject merged(QJsonObject values, const QJsonObject& changes);
+
+    /// What a file with these values contains.
+    [[nodiscard]] static QByteArray format(const QJsonObject& values);
+
 private:
     enum class State { absent, readable, damaged };
     struct Contents {

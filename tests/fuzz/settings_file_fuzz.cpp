@@ -1,17 +1,12 @@
 #include "Require.h"
 #include "platform/DefaultsFile.h"
-#include "platform/UserDefaults.h"
-
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QTemporaryDir>
 
 #include <cstddef>
 #include <cstdint>
 
-// Any bytes in place of the settings file: the settings that it holds, or none. A change then makes a file
-// with that change and with everything that was readable before; what was not readable is kept beside it.
+// Any bytes in place of the settings file: the settings that it holds, or none. A change then makes contents
+// with that change and with everything that was readable before. What happens to the file itself is shown by
+// the unit tests; here it would only cost the speed.
 
 namespace {
 
@@ -19,57 +14,30 @@ using namespace quillo;
 using quillo::test::require;
 using namespace Qt::Literals::StringLiterals;
 
-const auto changedKey = u"hotKeyEnabled"_s;
+void checkChange(const QJsonObject& before, const QString& key, const QJsonValue& value) {
+    const auto after = DefaultsFile::merged(before, {{key, value}});
+    require(after.value(key) == value);
+    require(after.size() == before.size() + (before.contains(key) ? 0 : 1));
 
-void write(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    require(file.open(QIODevice::ReadOnly));
-    return file.readAll();
-}
-
-QJsonObject written(const QJsonObject& values) {
-    return DefaultsFile::parse(QJsonDocument(values).toJson()).value();
-}
-
-void checkReading(const QString& path, const QJsonObject& values) {
-    const UserDefaults defaults(path);
-    for (const auto& key : {u"backend"_s, u"refreshInterval"_s, u"verifyTLS"_s, changedKey}) {
-        const auto value = values.value(key);
-        require(defaults.string(key).has_value() == value.isString());
-        require(defaults.object(key).isValid() == values.contains(key));
-        require((defaults.object(key).metaType() == QMetaType::fromType<bool>()) == value.isBool());
+    const auto read = DefaultsFile::parse(DefaultsFile::format(after));
+    require(read.has_value() && read->value(key) == value);
+    for (const auto& kept : {u"backend"_s, u"refreshInterval"_s, u"verifyTLS"_s, u"hotKeyEnabled"_s}) {
+        const auto wanted = after.value(kept);
+        // Written anew, a text is without a byte-order mark that it began with.
+        const bool losesMark = wanted.isString() && wanted.toString().startsWith(QChar::ByteOrderMark);
+        require(read->value(kept).type() == wanted.type());
+        require(losesMark || wanted.isArray() || wanted.isObject() || read->value(kept) == wanted);
     }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const QTemporaryDir folder;
-    const auto path = folder.filePath(u"defaults.json"_s);
-    const auto aside = path + u".damaged-1"_s;
     const auto bytes =
         QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-    write(path, bytes);
-
-    const auto parsed = DefaultsFile::parse(bytes);
-    auto expected = parsed.value_or(QJsonObject());
-    checkReading(path, expected);
-
-    const DefaultsFile file(path);
-    require(file.read() == expected);
-    expected.insert(changedKey, true);
-    require(file.merge({{changedKey, true}}));
-    // Once written anew, a text is without a byte-order mark that it began with.
-    require(file.read() == expected || file.read() == written(expected));
-    require(QFile::exists(aside) != parsed.has_value());
-    if (!parsed) {
-        require(contents(aside) == bytes);
-        QFile::remove(aside);
-    }
+    const auto values = DefaultsFile::parse(bytes).value_or(QJsonObject());
+    checkChange(values, u"backend"_s, u"https://ledger.example"_s);
+    checkChange(values, u"refreshInterval"_s, 300);
+    checkChange(values, u"hotKeyEnabled"_s, true);
     return 0;
 }
