@@ -10,8 +10,6 @@
 
 #include <QUrl>
 
-#include <malloc.h>
-
 using namespace std::chrono_literals;
 
 namespace quillo {
@@ -22,9 +20,6 @@ constexpr auto heartbeatInterval = 30s;
 
 /// How long the bank's answer takes to arrive at the backend, as a rule.
 constexpr auto bankRefreshDelay = 20s;
-
-/// From this many lines on, the pages of a ledger that was let go are worth giving back to the system.
-constexpr std::size_t largeLedger = 5'000;
 
 } // namespace
 
@@ -160,13 +155,9 @@ Task<> AppStore::refresh() {
 }
 
 void AppStore::publish(Timeline fetched) {
-    const auto replaced = timeline->has_value() ? (*timeline)->transactions.size() : 0;
     fetched.fetchedAt = services.clock.wallClock();
     lastRefreshAt = services.clock.now();
     timeline = std::move(fetched);
-    if (replaced >= largeLedger) {
-        malloc_trim(0);
-    }
 }
 
 Task<> AppStore::syncNow() {

@@ -5,6 +5,7 @@
 #include "net/SecretStore.h"
 #include "platform/ApplicationActivity.h"
 #include "platform/BuildConfiguration.h"
+#include "platform/IdleMemory.h"
 #include "platform/LoginItem.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SingleInstance.h"
@@ -83,6 +84,8 @@ struct QuilloApp::Parts {
     SingleWindow ledger;
     SingleWindow settings;
     StatusItemScene statusItem;
+    IdleMemory memory;
+    Observation storeActivity = store.objectWillChange.observe([this] { memory.noteActivity(); });
 };
 
 QuilloApp::QuilloApp(SingleInstance& instance)

@@ -13,6 +13,9 @@ int main(int argc, char* argv[]) {
     // on their own and go back whole; unless told, the allocator learns from the first to keep the next.
     constexpr int mappedFrom = 128 * 1024;
     mallopt(M_MMAP_THRESHOLD, mappedFrom);
+    // The few threads beside this one seldom run at the same time. One heap between them serves all; each of
+    // their own would stay around half empty.
+    mallopt(M_ARENA_MAX, 1);
 
     const auto launchToken = quillo::ActivationToken::ofLaunch();
     QApplication application(argc, argv);

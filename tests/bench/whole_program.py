@@ -123,11 +123,14 @@ def private_dirty(pid):
 
 
 def switches(pid):
+    """How often the process's threads have stopped running so far."""
     total = 0
     for status in pathlib.Path(f"/proc/{pid}/task").glob("*/status"):
-        for line in status.read_text().splitlines():
-            if "voluntary_ctxt_switches" in line:
-                total += int(line.split()[1])
+        try:
+            lines = status.read_text().splitlines()
+        except OSError:
+            continue  # that thread has ended meanwhile
+        total += sum(int(line.split()[1]) for line in lines if "voluntary_ctxt_switches" in line)
     return total
 
 
