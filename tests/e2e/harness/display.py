@@ -9,7 +9,7 @@ from .waiting import wait_until
 
 
 class Display:
-    """Xvfb on the first free display number, and openbox on it once `start_window_manager` was called."""
+    """Xvfb on the first free display number, and a window manager on it once `start_window_manager` was called."""
 
     def __init__(self, folder, environment, *, size="1280x800"):
         self._folder = folder
@@ -25,11 +25,24 @@ class Display:
             raise RuntimeError(f"Xvfb did not start:\n{self._server.output()}")
         self.name = f":{number}"
         environment["DISPLAY"] = self.name
+        # The first key that is ever typed changes the keyboard's map, upon which whoever has grabbed keys lets
+        # them go and grabs them anew: a chord typed just then is lost. So it is typed before anybody is there.
+        self._xdotool("key", "shift")
 
-    def start_window_manager(self):
+    def start_window_manager(self, command=("openbox", "--sm-disable")):
+        """Starts a window manager and waits until it is at work."""
         self._manager = Child(
-            ["openbox", "--sm-disable"], environment=self._environment, log=self._folder / "openbox.log"
+            list(command), environment=self._environment, log=self._folder / f"{command[0]}.log"
         )
+        wait_until(self._has_window_manager, lambda: f"{command[0]} at work:\n{self._manager.output()}")
+
+    def _has_window_manager(self):
+        """Extended Window Manager Hints, "_NET_SUPPORTING_WM_CHECK"."""
+        command = ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]
+        answer = subprocess.run(
+            command, env=self._environment, capture_output=True, text=True, check=False, timeout=30
+        )
+        return "window id" in answer.stdout
 
     def screenshot(self, path, *, crop=None):
         """Writes the screen, or its part `crop` ("WIDTHxHEIGHT+X+Y"), to a PNG file once it stands still."""
