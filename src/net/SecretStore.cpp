@@ -4,6 +4,7 @@
 #include "net/Keychain.h"
 #include "net/SecretServiceInterface.h"
 
+#include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 
 using namespace Qt::Literals::StringLiterals;
@@ -217,6 +218,9 @@ SecretReading SecretStore::foresee(const QString& account, std::size_t position)
 }
 
 void SecretStore::watchService() {
+    // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
+    // that carries a type whose name it does not know.
+    qRegisterMetaType<QDBusObjectPath>();
     const auto look = [this] { lookAgain(); };
     QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionChanged, service.get(),
                      look);

@@ -1,5 +1,7 @@
 #include "platform/SingleInstance.h"
 
+#include "platform/LocalBusInterface.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
@@ -13,6 +15,8 @@ namespace quillo {
 SingleInstance::SingleInstance(QDBusConnection sessionBus, QString id, std::chrono::milliseconds longest)
     : bus(std::move(sessionBus)), applicationId(std::move(id)), limit(longest) {}
 
+SingleInstance::~SingleInstance() = default;
+
 SingleInstance::Claim SingleInstance::claim(const QString& launchToken) {
     // The object comes before the name: whoever sees the name may call at once.
     if (!bus.isConnected() || !application.exportOn(bus, applicationId)) {
@@ -22,6 +26,7 @@ SingleInstance::Claim SingleInstance::claim(const QString& launchToken) {
     // turns would mean that something ends over and over.
     for (int turn = 0; turn < 10; ++turn) {
         if (ownsName()) {
+            quitWithBus();
             return Claim::first;
         }
         if (askOther(launchToken)) {
@@ -47,6 +52,13 @@ bool SingleInstance::askOther(const QString& launchToken) {
     // Whatever the answer was, or if there was none: as long as the name has an owner, the request has
     // reached it.
     return bus.interface()->isServiceRegistered(applicationId).value();
+}
+
+void SingleInstance::quitWithBus() {
+    using Local = OrgFreedesktopDBusLocalInterface;
+    connectionState = std::make_unique<Local>(QString(), u"/org/freedesktop/DBus/Local"_s, bus);
+    QObject::connect(connectionState.get(), &Local::Disconnected, &application,
+                     [this] { application.ActivateAction(u"quit"_s, {}, {}); });
 }
 
 } // namespace quillo

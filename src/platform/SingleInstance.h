@@ -6,11 +6,17 @@
 #include <QString>
 
 #include <chrono>
+#include <memory>
+
+class OrgFreedesktopDBusLocalInterface;
 
 namespace quillo {
 
 /// Lets one instance of the program run in a session: the owner of the application's name on the session bus.
 /// The bus gives the name to one of those that ask in the same instant, and takes it from one that crashed.
+///
+/// When the bus goes away, the session is over: nobody could reach the instance any more, and the next launch
+/// would not know of it. It is then asked to quit, as by another program.
 class SingleInstance {
 public:
     enum class Claim {
@@ -27,6 +33,7 @@ public:
 
     SingleInstance(QDBusConnection sessionBus, QString applicationId,
                    std::chrono::milliseconds limit = answerLimit);
+    ~SingleInstance();
 
     /// Asks for the name, and the other instance if there is one. To be called once, before the program shows
     /// anything: it waits for the bus, and for the other instance at most the limit.
@@ -40,11 +47,13 @@ public:
 private:
     [[nodiscard]] bool ownsName();
     [[nodiscard]] bool askOther(const QString& launchToken);
+    void quitWithBus();
 
     QDBusConnection bus;
     QString applicationId;
     std::chrono::milliseconds limit;
     DesktopApplication application;
+    std::unique_ptr<OrgFreedesktopDBusLocalInterface> connectionState;
 };
 
 } // namespace quillo

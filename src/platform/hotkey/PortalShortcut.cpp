@@ -1,6 +1,7 @@
 #include "platform/hotkey/PortalShortcut.h"
 
 #include <QDBusMetaType>
+#include <QDBusObjectPath>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -23,6 +24,9 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Shortcut& shortcu
 void registerTypes() {
     qDBusRegisterMetaType<Shortcut>();
     qDBusRegisterMetaType<Shortcuts>();
+    // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
+    // that carries a type whose name it does not know.
+    qRegisterMetaType<QDBusObjectPath>();
 }
 
 Shortcuts shortcutsOf(const QVariant& value) {

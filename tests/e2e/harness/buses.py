@@ -88,6 +88,10 @@ class Bus:
     def wait_for_owner(self, name, *, timeout=30.0):
         wait_until(lambda: self.has_owner(name), f"an owner of {name}", timeout=timeout)
 
+    def kill(self):
+        """Ends the daemon under its programs, as a crash would."""
+        self._daemon.kill()
+
     def stop(self):
         for connection in self._connections:
             if not connection.is_closed():

@@ -80,6 +80,10 @@ class Display:
             ["xdotool", *arguments], env=self._environment, capture_output=True, text=True, check=False, timeout=30
         )
 
+    def kill(self):
+        """Ends the server under its programs, as a crash would."""
+        self._server.kill()
+
     def stop(self):
         if self._manager:
             self._manager.stop()

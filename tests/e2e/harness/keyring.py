@@ -27,26 +27,36 @@ class KeyringDaemon:
     """gnome-keyring with one collection whose password is `PASSWORD`, unlocked."""
 
     def __init__(self, folder, bus, environment):
+        self._folder = folder
         self._bus = bus
         self._environment = environment
-        control = folder / "keyring"
-        control.mkdir(mode=0o700)
+        self._control = folder / "keyring"
+        self._control.mkdir(mode=0o700)
+        self.start()
+
+    def start(self):
+        """Starts the daemon on the keyring's files, which it makes at first."""
         command = [
             "gnome-keyring-daemon",
             "--foreground",
             "--components=secrets",
             "--unlock",
-            f"--control-directory={control}",
+            f"--control-directory={self._control}",
         ]
         self._daemon = Child(
-            command, environment=environment, log=folder / "keyring.log", stdin=subprocess.PIPE
+            command, environment=self._environment, log=self._folder / "keyring.log", stdin=subprocess.PIPE
         )
         # The whole of standard input is the password; an empty one would make no collection.
         self._daemon.process.stdin.write(PASSWORD.encode())
         self._daemon.process.stdin.close()
         self._daemon.process.stdin = None
-        bus.wait_for_owner(_SERVICE)
+        self._bus.wait_for_owner(_SERVICE)
         wait_until(lambda: self._collection_is_locked() is False, "the unlocked collection")
+
+    def kill(self):
+        """Ends the daemon under its clients, as a crash would; `start` brings it back."""
+        self._daemon.kill()
+        wait_until(lambda: not self._bus.has_owner(_SERVICE), "the end of the keyring")
 
     def _collection_is_locked(self):
         try:
@@ -70,6 +80,25 @@ class KeyringDaemon:
             GLib.Variant("(ao)", ([_LOGIN_COLLECTION],)),
         )
         wait_until(self._collection_is_locked, "the locked collection")
+
+    def unlock(self):
+        """Unlocks the collection as the desktop's own programs do, without a prompt."""
+        _, session = self._bus.call(
+            _SERVICE,
+            _SERVICE_PATH,
+            "org.freedesktop.Secret.Service",
+            "OpenSession",
+            GLib.Variant("(sv)", ("plain", GLib.Variant("s", ""))),
+        )
+        password = (session, b"", PASSWORD.encode(), "text/plain")
+        self._bus.call(
+            _SERVICE,
+            _SERVICE_PATH,
+            "org.gnome.keyring.InternalUnsupportedGuiltRiddenInterface",
+            "UnlockWithMasterPassword",
+            GLib.Variant("(o(oayays))", (_LOGIN_COLLECTION, password)),
+        )
+        wait_until(lambda: self._collection_is_locked() is False, "the unlocked collection")
 
     def answer_prompt(self, display):
         """Types the password into the prompt that asks for it."""

@@ -227,6 +227,14 @@ private Q_SLOTS:
         QVERIFY(alone->isRunning());
     }
 
+    void busThatGoesAwayEndsTheInstance() {
+        Running running;
+        running.caller = QDBusConnection(QString());
+        running.bus.kill();
+        QVERIFY(waitUntil([&] { return !running.requests.isEmpty(); }));
+        QCOMPARE(running.requests, QStringList{u"quit "_s});
+    }
+
     void quitEndsTheInstanceAndFreesTheName() {
         PrivateBus bus;
         const auto first = launch(bus.environment());
