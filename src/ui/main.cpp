@@ -1,6 +1,7 @@
 #include "platform/ActivationToken.h"
 #include "platform/BuildConfiguration.h"
 #include "platform/LaunchFeedback.h"
+#include "platform/SessionRestart.h"
 #include "platform/SingleInstance.h"
 #include "ui/QuilloApp.h"
 
@@ -25,6 +26,7 @@ int main(int argc, char* argv[]) {
     QApplication::setDesktopFileName(quillo::build::applicationId);
     // The status item stays when windows close.
     QApplication::setQuitOnLastWindowClosed(false);
+    quillo::declineSessionRestart(application);
     quillo::SingleInstance instance(QDBusConnection::sessionBus(), quillo::build::applicationId);
     const auto claim = instance.claim(launchToken);
     if (QGuiApplication::platformName() == QLatin1StringView("xcb")) {
