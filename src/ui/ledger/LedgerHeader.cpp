@@ -106,7 +106,6 @@ LedgerHeader::LedgerHeader(QWidget* parent)
 }
 
 void LedgerHeader::layOutTotals() {
-    caption->setAccessibleName(QStringLiteral("Totals"));
     plus->setText(QStringLiteral("+"));
     pendingWord->setText(QStringLiteral("pending"));
     equals->setText(QStringLiteral("="));

@@ -51,11 +51,11 @@ class Bus:
         self._connections = []
         self.connection = self.connect()
 
-    def connect(self):
-        """A new connection of this process, closed with the bus."""
+    def connect(self, address=None):
+        """A new connection of this process to this bus, or to one that belongs to it; closed with the bus."""
         flags = Gio.DBusConnectionFlags
         connection = Gio.DBusConnection.new_for_address_sync(
-            self.address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None
+            address or self.address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None
         )
         self._connections.append(connection)
         return connection
