@@ -4,8 +4,13 @@
 #include "store/AppStore.h"
 #include "ui/Environment.h"
 #include "ui/NumberFormat.h"
+#include "ui/ShortAmount.h"
 
 namespace quillo {
+
+namespace {
+const QString normalSymbol = QStringLiteral("creditcard");
+} // namespace
 
 MenuBarLabel::MenuBarLabel(NotificationCenter& notifications, std::function<void()> openLedger)
     : store(Environment::store()),
@@ -27,7 +32,7 @@ QString MenuBarLabel::iconName() const {
     if (!store.timeline->has_value()) {
         return QStringLiteral("hourglass");
     }
-    return QStringLiteral("creditcard");
+    return normalSymbol;
 }
 
 QString MenuBarLabel::text() const {
@@ -49,6 +54,10 @@ QString MenuBarLabel::text() const {
         return u'$' + fmt(ledger->totalOwed, 2);
     }
     return store.lastError->has_value() ? QStringLiteral("Quillo") : QStringLiteral("Quillo…");
+}
+
+QString MenuBarLabel::shortText() const {
+    return iconName() == normalSymbol ? shortAmount((*store.timeline)->totalOwed) : QString();
 }
 
 QString MenuBarLabel::fmt(double value, int decimals) {

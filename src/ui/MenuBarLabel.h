@@ -27,6 +27,10 @@ public:
 
     [[nodiscard]] QString text() const;
 
+    /// In the normal state the amount owed, short enough for an icon; empty in every other state, for which
+    /// the symbol speaks.
+    [[nodiscard]] QString shortText() const;
+
     /// A number for display, by the rules of the user's locale, without a currency sign: callers put "$" in
     /// front, also of a minus sign.
     [[nodiscard]] static QString fmt(double value, int decimals);

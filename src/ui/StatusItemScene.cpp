@@ -32,7 +32,7 @@ void StatusItemScene::show() {
 }
 
 void StatusItemScene::render() {
-    item.setContent({.symbol = label.iconName(), .text = label.text()});
+    item.setContent({.symbol = label.iconName(), .text = label.text(), .shortText = label.shortText()});
     item.setMenu(content.menu());
     if (menu && menu->isVisible()) {
         menu->setMenu(content.menu());

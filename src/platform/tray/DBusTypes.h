@@ -18,6 +18,8 @@ struct Pixmap {
     int width = 0;
     int height = 0;
     QByteArray bytes = {};
+
+    [[nodiscard]] friend bool operator==(const Pixmap&, const Pixmap&) = default;
 };
 using Pixmaps = QList<Pixmap>;
 

@@ -51,14 +51,15 @@ void HostRegistration::start() {
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();
         const QDBusPendingReply<QString> reply = *call;
-        if (reply.isValid()) {
-            onOwnerChanged(reply.value());
+        // An error says that nobody owns the name, unless somebody took it in the meantime.
+        if (reply.isValid() || owner.isEmpty()) {
+            onOwnerChanged(reply.isValid() ? reply.value() : QString());
         }
     });
 }
 
 void HostRegistration::onOwnerChanged(const QString& newOwner) {
-    if (newOwner == owner) {
+    if (newOwner == owner && state != State::unknown) {
         return;
     }
     if (!owner.isEmpty()) {
@@ -66,7 +67,7 @@ void HostRegistration::onOwnerChanged(const QString& newOwner) {
                               SLOT(onHostRegistered()));
     }
     owner = newOwner;
-    state = owner.isEmpty() ? State::noWatcher : State::asking;
+    state = owner.isEmpty() ? State::noWatcher : State::unidentified;
     if (owner.isEmpty()) {
         Q_EMIT watcherLost();
         return;
@@ -85,9 +86,15 @@ void HostRegistration::identify() {
             return;
         }
         const QDBusPendingReply<uint> reply = *call;
+        state = State::found;
         Q_EMIT watcherFound(reply.isValid() ? executableName(reply.value()) : QString());
-        ask();
     });
+}
+
+void HostRegistration::registerItem() {
+    if (state == State::found) {
+        ask();
+    }
 }
 
 void HostRegistration::ask() {

@@ -10,8 +10,9 @@ namespace quillo {
 /// Keeps the status item registered with `org.kde.StatusNotifierWatcher`, whoever owns that name, and
 /// whenever.
 ///
-/// Each new owner is asked once, without waiting for its answer. One that refuses is asked again when it
-/// announces a panel (`StatusNotifierHostRegistered`). Nothing here polls, blocks or gives up.
+/// Each new owner is asked at most once, when `registerItem` says so, without waiting for its answer. One
+/// that refuses is asked again when it announces a panel (`StatusNotifierHostRegistered`). Nothing here
+/// polls, blocks or gives up.
 class HostRegistration final : public QObject {
     Q_OBJECT
 public:
@@ -20,14 +21,18 @@ public:
     /// Begins; the item must be on the bus already.
     void start();
 
+    /// Asks the present owner to take the item, if there is one and it was not asked already.
+    void registerItem();
+
     /// Whether the present owner has taken the item.
     [[nodiscard]] bool isRegistered() const noexcept { return state == State::registered; }
 
 Q_SIGNALS:
-    /// There is a new owner; it is asked to take the item right after this. `executable` is the base name of
+    /// There is a new owner, not asked yet. `executable` is the base name of
     /// its program's file, empty when that cannot be found out.
     void watcherFound(const QString& executable);
 
+    /// There is no owner, at the start or any more.
     void watcherLost();
     void registered();
 
@@ -36,7 +41,7 @@ private Q_SLOTS:
     void onHostRegistered();
 
 private:
-    enum class State { noWatcher, asking, refused, registered };
+    enum class State { unknown, noWatcher, unidentified, found, asking, refused, registered };
 
     void onOwnerChanged(const QString& newOwner);
     void identify();
@@ -45,7 +50,7 @@ private:
     QDBusConnection connection;
     QDBusServiceWatcher watcher;
     QString owner;
-    State state = State::noWatcher;
+    State state = State::unknown;
 };
 
 } // namespace quillo

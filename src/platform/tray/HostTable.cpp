@@ -19,15 +19,16 @@ constexpr Row same(QStringView executable, HostTraits traits) {
 using enum TextWay;
 using enum OnActivate;
 using enum OpeningSign;
+using enum PanelLook;
 
 // Seen on the panels themselves; what the columns mean stands at the enumerations.
 constexpr std::array rows{
     same(u"gnome-shell", {label, requestMenu, openedEvent}),
     same(u"notification-area-applet", {label, requestMenu, any}),
     same(u"ayatana-indicator-application-service", {label, requestMenu, any}),
-    same(u"waybar", {wideIcon, requestMenu, any}),
-    same(u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any}),
-    same(u"taffybar", {wideIcon, requestMenu, any}),
+    same(u"waybar", {wideIcon, requestMenu, any, dark}),
+    same(u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark}),
+    same(u"taffybar", {wideIcon, requestMenu, any, dark}),
     Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}, {square, requestMenu, any}},
     same(u"kded5", {square, refuse, any}),
     same(u"kded6", {square, refuse, any}),

@@ -9,7 +9,7 @@ enum class TextWay {
     label,        ///< as the label beside the icon (`XAyatanaLabel`)
     wideIcon,     ///< painted into a wide icon
     dockedWindow, ///< painted into a window docked in the panel's XEmbed tray
-    square,       ///< in tool tip and title only: the panel cuts everything to a square
+    square,       ///< in tool tip and title; an icon's square has room for a short text
 };
 
 /// What a panel is told that calls `Activate` although the item is only a menu.
@@ -24,12 +24,19 @@ enum class OpeningSign {
     openedEvent, ///< only the event: this panel also sends `AboutToShow` with nobody opening anything
 };
 
+/// Which colours a panel has while the user prefers neither light nor dark ones.
+enum class PanelLook {
+    ofDesktop, ///< those of other programs' windows
+    dark,      ///< dark ones of its own
+};
+
 enum class WindowSystem { x11, other };
 
 struct HostTraits {
     TextWay textWay = TextWay::label;
     OnActivate onActivate = OnActivate::requestMenu;
     OpeningSign openingSign = OpeningSign::any;
+    PanelLook look = PanelLook::ofDesktop;
 
     [[nodiscard]] friend bool operator==(const HostTraits&, const HostTraits&) = default;
 };

@@ -35,6 +35,10 @@ QString symbolIconName(const QString& symbol) {
     return u"quillo-%1-symbolic"_s.arg(name.replace(u'.', u'-'));
 }
 
+QString carriedIcon(const QString& symbol) {
+    return carriedIcons + u'/' + symbolIconName(symbol) + u".svg"_s;
+}
+
 QString iconThemePath() {
     if (auto installed = installedIconFolder(QCoreApplication::applicationDirPath()); !installed.isEmpty()) {
         return installed;

@@ -7,6 +7,9 @@ namespace quillo {
 /// The name of a symbol's icon: "exclamationmark.circle" is "quillo-exclamationmark-circle-symbolic".
 [[nodiscard]] QString symbolIconName(const QString& symbol);
 
+/// The file of a symbol that panels show, among those that the program carries.
+[[nodiscard]] QString carriedIcon(const QString& symbol);
+
 /// Where panels find the program's icons, as `IconThemePath` wants it: the icon theme folder that the program
 /// was installed with, else a folder of the user's own with a copy of the icons that the program carries,
 /// written anew where it differs. Empty when neither is to be had.

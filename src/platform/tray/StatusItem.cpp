@@ -3,6 +3,8 @@
 #include "platform/tray/DBusMenu.h"
 #include "platform/tray/HostRegistration.h"
 #include "platform/tray/IconFolder.h"
+#include "platform/tray/PaintedIcon.h"
+#include "platform/tray/PanelStyle.h"
 #include "platform/tray/PlainText.h"
 #include "platform/tray/StatusNotifierItem.h"
 
@@ -43,8 +45,12 @@ StatusItem::StatusItem(const QDBusConnection& bus, QObject* parent)
     connect(registration.get(), &HostRegistration::watcherFound, this,
             [this](const QString& executable) { serve(hostTraits(executable, currentWindowSystem())); });
     connect(registration.get(), &HostRegistration::watcherLost, this, [this] {
-        way = textWayWithoutWatcher(currentWindowSystem());
-        Q_EMIT panelChanged();
+        const auto before = std::exchange(way, textWayWithoutWatcher(currentWindowSystem()));
+        paint.reset();
+        render();
+        if (before != way || std::exchange(served, false)) {
+            Q_EMIT panelChanged();
+        }
     });
     connect(registration.get(), &HostRegistration::registered, this, &StatusItem::panelChanged);
 }
@@ -76,26 +82,42 @@ void StatusItem::serve(const HostTraits& traits) {
     item->setOnActivate(traits.onActivate);
     menu->setOpeningSign(traits.openingSign);
     way = traits.textWay;
+    served = true;
+    if (way == TextWay::label) {
+        paint.reset();
+    } else {
+        usePaint(traits.look);
+    }
     render();
+    registration->registerItem();
     Q_EMIT panelChanged();
+}
+
+void StatusItem::usePaint(PanelLook look) {
+    paint = std::make_unique<PanelStyle>(connection, look);
+    connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
 }
 
 void StatusItem::render() {
     const auto text = plainLine(content.text);
+    const PaintedFace face{content.symbol, text, plainLine(content.shortText)};
     StatusNotifierItem::Appearance appearance;
-    appearance.iconName = symbolIconName(content.symbol);
     appearance.toolTip = toolTipLine(content.text);
     appearance.title = u"Quillo"_s;
     switch (way) {
     case TextWay::square:
         appearance.title = text;
-        [[fallthrough]];
+        appearance.iconPixmaps = squareIcons(face, paint->style());
+        break;
     case TextWay::wideIcon:
+        appearance.iconPixmaps = wideIcons(face, paint->style());
+        break;
     case TextWay::dockedWindow:
-        // Each of these has its own way of showing the text; the label is what every host may be sent.
     case TextWay::label:
+        appearance.iconName = symbolIconName(content.symbol);
         appearance.label = text;
         appearance.labelGuide = content.guide.isEmpty() ? withWidestDigits(text) : plainLine(content.guide);
+        break;
     }
     item->setAppearance(std::move(appearance));
 }

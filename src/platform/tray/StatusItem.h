@@ -14,6 +14,7 @@ namespace quillo {
 
 class DBusMenu;
 class HostRegistration;
+class PanelStyle;
 class StatusNotifierItem;
 
 /// What the item shows on the panel.
@@ -24,6 +25,9 @@ struct StatusItemContent {
     /// The widest text to be expected in place of `text`; panels reserve its width, so that their other items
     /// do not move with every change. Empty: `text` with its digits at their widest.
     QString guide = {};
+    /// What is shown in place of the symbol where there is room for neither it nor the text, but for a few
+    /// characters. Empty: the symbol.
+    QString shortText = {};
 
     [[nodiscard]] friend bool operator==(const StatusItemContent&, const StatusItemContent&) = default;
 };
@@ -52,7 +56,7 @@ public:
     /// Whether a panel has taken the item.
     [[nodiscard]] bool isOnPanel() const noexcept;
 
-    /// How the present panel gets to show the text. All ways are served with a label at present.
+    /// How the present panel gets to show the text.
     [[nodiscard]] TextWay textWay() const noexcept { return way; }
 
 Q_SIGNALS:
@@ -71,14 +75,17 @@ Q_SIGNALS:
 
 private:
     void serve(const HostTraits& traits);
+    void usePaint(PanelLook look);
     void render();
 
     QDBusConnection connection;
     std::unique_ptr<StatusNotifierItem> item;
     std::unique_ptr<DBusMenu> menu;
     std::unique_ptr<HostRegistration> registration;
+    std::unique_ptr<PanelStyle> paint; ///< only while something is painted
     StatusItemContent content;
     TextWay way;
+    bool served = false;
 };
 
 } // namespace quillo

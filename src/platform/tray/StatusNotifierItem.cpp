@@ -29,8 +29,15 @@ void StatusNotifierItem::setAppearance(Appearance next) {
         return;
     }
     QVariantMap changed;
+    QStringList invalidated;
     if (appearance.iconName != before.iconName) {
         changed[u"IconName"_s] = appearance.iconName;
+    }
+    if (appearance.iconPixmaps != before.iconPixmaps) {
+        // Some hundred kilobytes, which a panel that shows them asks for.
+        invalidated.append(u"IconPixmap"_s);
+    }
+    if (!changed.isEmpty() || !invalidated.isEmpty()) {
         Q_EMIT NewIcon();
     }
     if (appearance.title != before.title) {
@@ -50,14 +57,14 @@ void StatusNotifierItem::setAppearance(Appearance next) {
     if (appearance.label != before.label || appearance.labelGuide != before.labelGuide) {
         Q_EMIT XAyatanaNewLabel(appearance.label, appearance.labelGuide);
     }
-    announceProperties(changed);
+    announceProperties(changed, invalidated);
 }
 
 // Panels listen to the interface's own signals or to this one, so both are sent.
-void StatusNotifierItem::announceProperties(const QVariantMap& changed) {
+void StatusNotifierItem::announceProperties(const QVariantMap& changed, const QStringList& invalidated) {
     auto message = QDBusMessage::createSignal(path.toString(), u"org.freedesktop.DBus.Properties"_s,
                                               u"PropertiesChanged"_s);
-    message << u"org.kde.StatusNotifierItem"_s << changed << QStringList();
+    message << u"org.kde.StatusNotifierItem"_s << changed << invalidated;
     bus.send(message);
 }
 

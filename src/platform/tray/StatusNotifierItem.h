@@ -22,7 +22,7 @@ class StatusNotifierItem final : public QObject, protected QDBusContext {
     Q_PROPERTY(int WindowId READ windowId CONSTANT)
     Q_PROPERTY(QString IconThemePath READ iconThemePath CONSTANT)
     Q_PROPERTY(QString IconName READ iconName NOTIFY NewIcon)
-    Q_PROPERTY(quillo::dbus::Pixmaps IconPixmap READ iconPixmap CONSTANT)
+    Q_PROPERTY(quillo::dbus::Pixmaps IconPixmap READ iconPixmap NOTIFY NewIcon)
     Q_PROPERTY(QString OverlayIconName READ noIconName CONSTANT)
     Q_PROPERTY(QString AttentionIconName READ noIconName CONSTANT)
     Q_PROPERTY(quillo::dbus::ToolTip ToolTip READ toolTip NOTIFY NewToolTip)
@@ -38,6 +38,8 @@ public:
     struct Appearance {
         QString title = {};
         QString iconName = {};
+        /// One picture in several sizes; panels prefer an icon's name to it.
+        dbus::Pixmaps iconPixmaps = {};
         QString toolTip = {};
         QString label = {};
         QString labelGuide = {};
@@ -63,7 +65,7 @@ public:
     [[nodiscard]] int windowId() const noexcept { return 0; }
     [[nodiscard]] QString iconThemePath() const { return themePath; }
     [[nodiscard]] QString iconName() const { return appearance.iconName; }
-    [[nodiscard]] quillo::dbus::Pixmaps iconPixmap() const { return {}; }
+    [[nodiscard]] quillo::dbus::Pixmaps iconPixmap() const { return appearance.iconPixmaps; }
     [[nodiscard]] QString noIconName() const { return {}; }
     [[nodiscard]] quillo::dbus::ToolTip toolTip() const { return {{}, {}, appearance.toolTip, {}}; }
     [[nodiscard]] bool itemIsMenu() const noexcept { return true; }
@@ -89,7 +91,7 @@ Q_SIGNALS:
     void XAyatanaNewLabel(const QString& label, const QString& guide);
 
 private:
-    void announceProperties(const QVariantMap& changed);
+    void announceProperties(const QVariantMap& changed, const QStringList& invalidated);
 
     QString themePath;
     Appearance appearance;

@@ -111,6 +111,8 @@ private Q_SLOTS:
         }
         QCOMPARE(label->iconName(), icon);
         QCOMPARE(label->text(), text);
+        // Only in the normal state does the amount stand in for the symbol.
+        QCOMPARE(label->shortText(), icon == u"creditcard"_s ? u"1.2k"_s : QString());
     }
 
     void problemsOfDifferentLinksKeepTheirOrder() {

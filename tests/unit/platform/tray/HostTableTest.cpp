@@ -18,6 +18,7 @@ private Q_SLOTS:
         using enum TextWay;
         using enum OnActivate;
         using enum OpeningSign;
+        using enum PanelLook;
         const auto row = [](const char* name, HostTraits onX11, HostTraits elsewhere) {
             QTest::newRow(name) << QString::fromLatin1(name) << onX11 << elsewhere;
         };
@@ -25,9 +26,9 @@ private Q_SLOTS:
         both("gnome-shell", {label, requestMenu, openedEvent});
         both("notification-area-applet", {label, requestMenu, any});
         both("ayatana-indicator-application-service", {label, requestMenu, any});
-        both("waybar", {wideIcon, requestMenu, any});
-        both("gtk-sni-tray-standalone", {wideIcon, requestMenu, any});
-        both("taffybar", {wideIcon, requestMenu, any});
+        both("waybar", {wideIcon, requestMenu, any, dark});
+        both("gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark});
+        both("taffybar", {wideIcon, requestMenu, any, dark});
         row("wrapper-2.0", {dockedWindow, requestMenu, any}, {square, requestMenu, any});
         both("kded5", {square, refuse, any});
         both("kded6", {square, refuse, any});

@@ -1,120 +1,14 @@
 #include "platform/tray/StatusItem.h"
 
-#include "ItemProxy.h"
-#include "ScriptedWatcher.h"
-#include "support/ChildProcess.h"
-#include "support/LoopStallProbe.h"
-#include "support/PrivateBus.h"
-#include "support/Wait.h"
+#include "ItemFixture.h"
+#include "platform/tray/PaintedIcon.h"
 
-#include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
 using namespace quillo::test;
-
-namespace {
-
-StatusItemContent owed(const QString& text) {
-    return {.symbol = u"creditcard"_s, .text = text};
-}
-
-/// An item on a bus, and a watcher that has not started.
-struct Fixture {
-    PrivateBus bus;
-    QDBusConnection connection = bus.connect();
-    ScriptedWatcher watcher{bus.connect()};
-    StatusItem item{connection};
-    ItemProxy panel{bus.connect(), connection.baseService()};
-    std::optional<LoopStallProbe> probe{std::in_place};
-    std::chrono::milliseconds longestStall{0};
-
-    Fixture() {
-        item.setContent(owed(u"$12.50"_s));
-        item.setMenu({{.kind = MenuEntry::Kind::button, .key = u"quit"_s, .text = u"Quit"_s}});
-    }
-
-    ~Fixture() {
-        const auto stall = std::max(longestStall, probe->longestStall());
-        if (stall > LoopStallProbe::budget) {
-            qCritical("the event loop stood still for %lld ms", static_cast<long long>(stall.count()));
-            QTest::qFail("the event loop was blocked", __FILE__, __LINE__);
-        }
-    }
-
-    [[nodiscard]] bool becomesRegistered() {
-        return waitUntil([this] { return item.isOnPanel(); });
-    }
-
-    /// Does what blocks this thread by itself, for which the item is not to blame: the probe looks away.
-    template <typename Action>
-    void unwatched(Action action) {
-        longestStall = std::max(longestStall, probe->longestStall());
-        probe.reset();
-        action();
-        probe.emplace();
-    }
-
-    void startWatcher() {
-        unwatched([this] { watcher.start(); });
-    }
-
-    void stopWatcher() {
-        unwatched([this] { watcher.stop(); });
-    }
-
-    void showOnPanel() {
-        startWatcher();
-        item.show();
-        QVERIFY(becomesRegistered());
-        (void)panel.takeSignals();
-    }
-
-    QStringList signalNames() {
-        QStringList names;
-        for (const auto& message : panel.takeSignals()) {
-            names.append(message.member());
-        }
-        names.sort();
-        return names;
-    }
-};
-
-/// A panel's program: a process whose executable has that name. Starting and ending it blocks, for which the
-/// item is not to blame: the probe looks away meanwhile.
-class PanelProcess {
-public:
-    PanelProcess(Fixture& observed, const QString& name) : fixture(observed) {
-        fixture.probe.reset();
-        const auto copy = folder.filePath(name);
-        if (!QFile::copy(QStringLiteral(WATCHER_PROCESS), copy)) {
-            qFatal("no copy of the panel's program");
-        }
-        process.emplace(copy, QStringList(), fixture.bus.environment());
-        fixture.probe.emplace();
-        if (process->readLine() != "ready") {
-            qFatal("the panel does not start");
-        }
-    }
-    PanelProcess(const PanelProcess&) = delete;
-    PanelProcess& operator=(const PanelProcess&) = delete;
-
-    ~PanelProcess() {
-        fixture.probe.reset();
-        process.reset();
-        fixture.probe.emplace();
-    }
-
-private:
-    Fixture& fixture;
-    QTemporaryDir folder;
-    std::optional<ChildProcess> process;
-};
-
-} // namespace
 
 class StatusItemTest : public QObject {
     Q_OBJECT
@@ -124,10 +18,11 @@ private Q_SLOTS:
         QVERIFY(runtimeFolder.isValid());
         QFile::setPermissions(runtimeFolder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", runtimeFolder.path().toUtf8());
+        (void)squareIcons({u"creditcard"_s, {}, u"1"_s}, {}); // the first of a process loads fonts
     }
 
     void registersWithAWatcherThatIsThere() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.startWatcher();
         fixture.item.show();
         QVERIFY(fixture.becomesRegistered());
@@ -135,7 +30,7 @@ private Q_SLOTS:
     }
 
     void registersWithAWatcherThatComesLate() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.item.show();
         (void)fixture.panel.takeSignals();
         QVERIFY(!fixture.item.isOnPanel());
@@ -145,7 +40,7 @@ private Q_SLOTS:
     }
 
     void registersOnceWithEachOfAHundredWatchers() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.item.show();
         for (int round = 0; round < 100; ++round) {
             fixture.startWatcher();
@@ -158,7 +53,7 @@ private Q_SLOTS:
     }
 
     void registersAnewWhenOneWatcherFollowsAnotherWithoutAGap() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         ScriptedWatcher second(fixture.bus.connect());
         fixture.stopWatcher();
@@ -168,7 +63,7 @@ private Q_SLOTS:
     }
 
     void waitsInSilenceWhenNoWatcherEverComes() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy changes(&fixture.item, &StatusItem::panelChanged);
         fixture.item.show();
         QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s), u"$12.50"_s);
@@ -178,7 +73,7 @@ private Q_SLOTS:
     }
 
     void isThereWhileTheWatcherIsStillSilent() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::whenTold);
         fixture.startWatcher();
         fixture.item.show();
@@ -192,7 +87,7 @@ private Q_SLOTS:
     }
 
     void theLateAnswerOfAWatcherThatHasGoneCountsForNothing() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::whenTold);
         fixture.startWatcher();
         fixture.item.show();
@@ -207,7 +102,7 @@ private Q_SLOTS:
     }
 
     void asksAWatcherThatRefusedAgainOnceItHasAPanel() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.watcher.setAnswer(ScriptedWatcher::Answer::withError);
         fixture.startWatcher();
         fixture.item.show();
@@ -246,7 +141,7 @@ private Q_SLOTS:
     }
 
     void twoProgramsAreTwoItems() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         const auto connection = fixture.bus.connect();
         StatusItem second(connection);
@@ -273,7 +168,7 @@ private Q_SLOTS:
     }
 
     void saysWhatPanelsAsk() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.item.show();
         const auto properties = fixture.panel.itemProperties();
         QCOMPARE(properties.value(u"Id"_s), u"quillo"_s);
@@ -295,7 +190,7 @@ private Q_SLOTS:
     }
 
     void announcesANewTextToBothKindsOfListeners() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         fixture.item.setContent({u"creditcard"_s, u"$99.00"_s, u"$88,888.88"_s});
         const auto sent = fixture.panel.takeSignals();
@@ -316,7 +211,7 @@ private Q_SLOTS:
     }
 
     void announcesANewSymbolAlone() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         fixture.item.setContent({.symbol = u"exclamationmark.circle"_s, .text = u"$12.50"_s});
         const auto sent = fixture.panel.takeSignals();
@@ -327,7 +222,7 @@ private Q_SLOTS:
     }
 
     void theSameContentSendsNothing() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         for (int round = 0; round < 100; ++round) {
             fixture.item.setContent(owed(u"$12.50"_s));
@@ -338,7 +233,7 @@ private Q_SLOTS:
     }
 
     void aTextThatLooksTheSameOnPanelsSendsNothing() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.item.setContent(owed(u"a b"_s));
         fixture.showOnPanel();
         fixture.item.setContent(owed(u"a\nb"_s));
@@ -360,7 +255,7 @@ private Q_SLOTS:
     void anyTextReachesThePanelAsHarmlessPlainText() {
         QFETCH(QString, text);
         QFETCH(QString, label);
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.showOnPanel();
         fixture.item.setContent(owed(text));
         QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s).toString(), label);
@@ -369,7 +264,7 @@ private Q_SLOTS:
     }
 
     void aClickAsksForTheProgramsOwnMenuWhereThePanelShowsNone() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy requests(&fixture.item, &StatusItem::menuRequested);
         fixture.showOnPanel();
         QCOMPARE(fixture.panel.callItem(u"Activate"_s, {30, 40}).type(), QDBusMessage::ReplyMessage);
@@ -380,7 +275,7 @@ private Q_SLOTS:
     }
 
     void otherClicksAndTheWheelDoNothing() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy requests(&fixture.item, &StatusItem::menuRequested);
         fixture.showOnPanel();
         QCOMPARE(fixture.panel.callItem(u"SecondaryActivate"_s, {1, 2}).type(), QDBusMessage::ReplyMessage);
@@ -395,7 +290,7 @@ private Q_SLOTS:
     }
 
     void handsOnTheTokenThatComesWithAClick() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy tokens(&fixture.item, &StatusItem::activationTokenReceived);
         fixture.showOnPanel();
         (void)fixture.panel.callItem(u"ProvideXdgActivationToken"_s, {u"token-1"_s});
@@ -404,7 +299,7 @@ private Q_SLOTS:
     }
 
     void saysWhenTheMenuBeganTracking() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy tracking(&fixture.item, &StatusItem::menuBeganTracking);
         fixture.showOnPanel();
         (void)fixture.panel.callMenu(u"AboutToShow"_s, {0});
@@ -420,7 +315,7 @@ private Q_SLOTS:
 
     void plasmaIsRefusedAClickSoThatItOpensTheMenuItself() {
         QFETCH(QString, program);
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy requests(&fixture.item, &StatusItem::menuRequested);
         fixture.item.show();
         const PanelProcess panel(fixture, program);
@@ -433,7 +328,7 @@ private Q_SLOTS:
     }
 
     void whatGnomeAsksAtRegistrationIsNoOpening() {
-        Fixture fixture;
+        ItemFixture fixture;
         QSignalSpy tracking(&fixture.item, &StatusItem::menuBeganTracking);
         fixture.item.show();
         const PanelProcess panel(fixture, u"gnome-shell"_s);
@@ -449,7 +344,7 @@ private Q_SLOTS:
     }
 
     void anotherPanelIsTakenForWhatItIs() {
-        Fixture fixture;
+        ItemFixture fixture;
         fixture.item.show();
         {
             const PanelProcess plasma(fixture, u"kded6"_s);
@@ -468,5 +363,5 @@ private:
     QTemporaryDir runtimeFolder;
 };
 
-QTEST_GUILESS_MAIN(StatusItemTest)
+QTEST_MAIN(StatusItemTest)
 #include "StatusItemTest.moc"

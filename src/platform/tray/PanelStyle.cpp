@@ -1,0 +1,95 @@
+#include "platform/tray/PanelStyle.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPalette>
+
+namespace quillo {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
+const QString portalService = u"org.freedesktop.portal.Desktop"_s;
+const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
+const QString settingsInterface = u"org.freedesktop.portal.Settings"_s;
+const QString appearanceGroup = u"org.freedesktop.appearance"_s;
+const QString colourSchemeKey = u"color-scheme"_s;
+
+// As the common light and dark themes write on their panels.
+constexpr QColor darkInk(0x2e, 0x34, 0x36);
+constexpr QColor lightInk(0xf2, 0xf2, 0xf2);
+
+bool isDark(const QColor& background) {
+    constexpr int middle = 128;
+    return background.lightness() < middle;
+}
+
+} // namespace
+
+PanelStyle::PanelStyle(const QDBusConnection& connection, PanelLook panelLook)
+    : bus(connection), look(panelLook), announced(style()) {
+    bus.connect(portalService, portalPath, settingsInterface, u"SettingChanged"_s,
+                {appearanceGroup, colourSchemeKey}, u"ssv"_s, this,
+                SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+    qApp->installEventFilter(this);
+    ask();
+}
+
+PaintStyle PanelStyle::style() const {
+    bool dark = look == PanelLook::dark || isDark(QGuiApplication::palette().color(QPalette::Window));
+    if (preference != Preference::none) {
+        dark = preference == Preference::dark;
+    }
+    return {QGuiApplication::font(), dark ? lightInk : darkInk};
+}
+
+// `Read` is deprecated for `ReadOne`, which portals before 1.17 do not know; it wraps the value twice.
+void PanelStyle::ask() {
+    auto message = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, u"Read"_s);
+    message << appearanceGroup << colourSchemeKey;
+    auto* call = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *call;
+        if (reply.isValid()) {
+            prefer(reply.value().variant());
+        }
+    });
+}
+
+void PanelStyle::onSettingChanged(const QString&, const QString&, const QDBusVariant& value) {
+    prefer(value.variant());
+}
+
+void PanelStyle::prefer(const QVariant& value) {
+    auto plain = value;
+    while (plain.metaType() == QMetaType::fromType<QDBusVariant>()) {
+        plain = plain.value<QDBusVariant>().variant();
+    }
+    // Values to come are to be taken for no preference.
+    const auto number = plain.toUInt();
+    preference = number <= static_cast<uint>(Preference::light) ? Preference{number} : Preference::none;
+    announceIfChanged();
+}
+
+bool PanelStyle::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
+                            event->type() == QEvent::ApplicationPaletteChange)) {
+        announceIfChanged();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void PanelStyle::announceIfChanged() {
+    if (const auto now = style(); now != announced) {
+        announced = now;
+        Q_EMIT changed();
+    }
+}
+
+} // namespace quillo

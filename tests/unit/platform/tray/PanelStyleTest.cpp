@@ -1,0 +1,154 @@
+#include "platform/tray/PanelStyle.h"
+
+#include "support/PrivateBus.h"
+#include "support/Wait.h"
+
+#include <QDBusContext>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace quillo;
+using namespace quillo::test;
+
+namespace {
+
+/// The settings portal, which answers as the test says.
+class ScriptedSettings final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+public:
+    explicit ScriptedSettings(const QDBusConnection& connection, QVariant answerOfRead)
+        : bus(connection), answer(std::move(answerOfRead)) {
+        if (!bus.registerObject(u"/org/freedesktop/portal/desktop"_s, this,
+                                QDBusConnection::ExportScriptableContents) ||
+            !bus.registerService(u"org.freedesktop.portal.Desktop"_s)) {
+            qFatal("the portal does not start");
+        }
+    }
+
+    void change(const QString& group, const QString& key, const QVariant& value) {
+        Q_EMIT SettingChanged(group, key, QDBusVariant(value));
+    }
+
+    int reads = 0;
+
+public Q_SLOTS:
+    Q_SCRIPTABLE QDBusVariant Read(const QString& group, const QString& key) {
+        ++reads;
+        if (group != u"org.freedesktop.appearance" || key != u"color-scheme" || !answer.isValid()) {
+            sendErrorReply(u"org.freedesktop.portal.Error.NotFound"_s, u"Requested setting not found"_s);
+        }
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(answer)));
+    }
+
+Q_SIGNALS:
+    Q_SCRIPTABLE void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    QDBusConnection bus;
+    QVariant answer;
+};
+
+bool isLight(const PaintStyle& style) {
+    return style.colour.lightness() > 128;
+}
+
+struct Fixture {
+    explicit Fixture(const QVariant& answer, PanelLook look = PanelLook::ofDesktop)
+        : portal(bus.connect(), answer), style(bus.connect(), look) {}
+
+    [[nodiscard]] bool wasAsked() {
+        return waitUntil([this] { return portal.reads == 1; });
+    }
+
+    PrivateBus bus;
+    ScriptedSettings portal;
+    PanelStyle style;
+    QSignalSpy changes{&style, &PanelStyle::changed};
+};
+
+} // namespace
+
+class PanelStyleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { QGuiApplication::setPalette(QPalette()); }
+
+    void thePreferenceDecides_data() {
+        QTest::addColumn<QVariant>("preference");
+        QTest::addColumn<PanelLook>("look");
+        QTest::addColumn<bool>("light");
+        using enum PanelLook;
+        QTest::newRow("dark") << QVariant(1U) << ofDesktop << true;
+        QTest::newRow("light") << QVariant(2U) << ofDesktop << false;
+        QTest::newRow("none") << QVariant(0U) << ofDesktop << false;
+        QTest::newRow("one to come") << QVariant(7U) << ofDesktop << false;
+        QTest::newRow("of another type") << QVariant(u"dark"_s) << ofDesktop << false;
+        QTest::newRow("not known") << QVariant() << ofDesktop << false;
+        QTest::newRow("none, on a dark panel") << QVariant(0U) << dark << true;
+        QTest::newRow("not known, on a dark panel") << QVariant() << dark << true;
+        QTest::newRow("light, on a dark panel") << QVariant(2U) << dark << false;
+    }
+
+    void thePreferenceDecides() {
+        QFETCH(QVariant, preference);
+        QFETCH(PanelLook, look);
+        QFETCH(bool, light);
+        Fixture fixture(preference, look);
+        QVERIFY(fixture.wasAsked());
+        QVERIFY(waitUntil([&] { return isLight(fixture.style.style()) == light; }));
+    }
+
+    void aChangedPreferenceIsFollowedAndAnnouncedOnce() {
+        Fixture fixture(2U);
+        QVERIFY(fixture.wasAsked());
+        fixture.portal.change(u"org.freedesktop.appearance"_s, u"color-scheme"_s, 1U);
+        QVERIFY(waitUntil([&] { return isLight(fixture.style.style()); }));
+        fixture.portal.change(u"org.freedesktop.appearance"_s, u"color-scheme"_s, 1U);
+        fixture.portal.change(u"org.freedesktop.appearance"_s, u"accent-color"_s, 2U);
+        fixture.portal.change(u"org.freedesktop.appearance"_s, u"color-scheme"_s, 2U);
+        QVERIFY(waitUntil([&] { return !isLight(fixture.style.style()); }));
+        QCOMPARE(fixture.changes.count(), 2);
+    }
+
+    void withoutAPortalThePaletteDecides() {
+        PrivateBus bus;
+        const PanelStyle style(bus.connect(), PanelLook::ofDesktop);
+        QSignalSpy changes(&style, &PanelStyle::changed);
+        QVERIFY(!isLight(style.style()));
+        QPalette dark;
+        dark.setColor(QPalette::Window, QColor(0x20, 0x20, 0x20));
+        QGuiApplication::setPalette(dark);
+        QVERIFY(waitUntil([&] { return isLight(style.style()); }));
+        QCOMPARE(changes.count(), 1);
+    }
+
+    void theDesktopsFontIsUsedAndFollowed() {
+        PrivateBus bus;
+        const PanelStyle style(bus.connect(), PanelLook::ofDesktop);
+        QSignalSpy changes(&style, &PanelStyle::changed);
+        const auto before = QGuiApplication::font();
+        QCOMPARE(style.style().font, before);
+        auto larger = before;
+        larger.setPointSize(before.pointSize() + 5);
+        QGuiApplication::setFont(larger);
+        QVERIFY(waitUntil([&] { return changes.count() == 1; }));
+        QCOMPARE(style.style().font, larger);
+        QGuiApplication::setFont(before);
+    }
+
+    void aClosedConnectionHarmsNothing() {
+        const PanelStyle style(QDBusConnection(u"nowhere"_s), PanelLook::dark);
+        drainEvents();
+        QVERIFY(isLight(style.style()));
+    }
+};
+
+QTEST_MAIN(PanelStyleTest)
+#include "PanelStyleTest.moc"
