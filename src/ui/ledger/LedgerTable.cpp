@@ -52,10 +52,12 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
     header->setHighlightSections(false);
     header->setSectionsClickable(true);
     header->setStretchLastSection(false);
+    header->setResizeContentsPrecision(0); // what is in sight tells enough; measuring takes its time
     header->setSectionResizeMode(static_cast<int>(LedgerColumn::description), QHeaderView::Stretch);
     connect(header, &QHeaderView::sectionClicked, this, [this](int section) {
         const auto order = lines->sortOrder();
         if (section == static_cast<int>(LedgerColumn::description)) {
+            showSortOrder(); // The header has moved its arrow by itself.
             return;
         }
         const bool isSame = section == static_cast<int>(order.column);
@@ -65,16 +67,28 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
         showSortOrder();
         scrollToTop();
     });
+    connect(header, &QHeaderView::sectionResized, this, &LedgerTable::keepMinimumWidth);
     header->setSortIndicatorShown(true);
     showSortOrder();
 }
 
 void LedgerTable::showEvent(QShowEvent* event) {
     QTableView::showEvent(event);
+    if (event->spontaneous()) {
+        return; // The window was only minimised: the columns are as the user left them.
+    }
     for (const auto& [column, minimum, ideal] : widths) {
         // Wider where the desktop's font needs it.
-        const auto needed = sizeHintForColumn(static_cast<int>(column));
-        setColumnWidth(static_cast<int>(column), std::max({minimum, ideal, needed}));
+        const auto needed = std::min(sizeHintForColumn(static_cast<int>(column)), 2 * ideal);
+        setColumnWidth(static_cast<int>(column), std::max(ideal, needed));
+    }
+}
+
+void LedgerTable::keepMinimumWidth(int section, int, int width) {
+    for (const auto& [column, minimum, ideal] : widths) {
+        if (section == static_cast<int>(column) && width < minimum) {
+            setColumnWidth(section, minimum);
+        }
     }
 }
 
@@ -138,7 +152,9 @@ void LedgerTable::keyPressEvent(QKeyEvent* event) {
     if (isPlain && (event->key() == Qt::Key_Home || event->key() == Qt::Key_End)) {
         // In a list of whole rows these mean its first and last row.
         const auto row = event->key() == Qt::Key_Home ? 0 : lines->rowCount() - 1;
-        setCurrentIndex(lines->index(row, std::max(0, currentIndex().column())));
+        const auto index = lines->index(row, std::max(0, currentIndex().column()));
+        setCurrentIndex(index);
+        scrollTo(index);
         return;
     }
     QTableView::keyPressEvent(event);

@@ -30,6 +30,7 @@ private:
     void copySelection() const;
     void restoreSelection();
     void showSortOrder();
+    void keepMinimumWidth(int section, int before, int width);
 
     LedgerTableModel* lines;
     std::vector<Transaction> selectedLines;

@@ -94,9 +94,10 @@ QString LedgerTableModel::text(const Transaction& line, LedgerColumn column) {
     case LedgerColumn::description:
         return plainLine(line.display());
     case LedgerColumn::amount:
-        return NumberFormat::dollars(line.amount, 2, NumberFormat::Sign::always);
+        // Adding a plain zero takes the sign from a negative one.
+        return NumberFormat::dollars(line.amount + 0.0, 2, NumberFormat::Sign::always);
     case LedgerColumn::runningBalance:
-        return NumberFormat::dollars(line.runningBalance, 2);
+        return NumberFormat::dollars(line.runningBalance + 0.0, 2);
     }
     return {};
 }
