@@ -21,7 +21,7 @@ runPackages=(
 desktopPackages=(
     xvfb xauth openbox
     xfce4-panel xfconf xfce4-indicator-plugin ayatana-indicator-application
-    adwaita-icon-theme librsvg2-common fonts-dejavu-core fonts-droid-fallback
+    adwaita-icon-theme librsvg2-common fonts-dejavu-core fonts-noto-core fonts-droid-fallback
     gnome-keyring gcr
     at-spi2-core imagemagick xdotool x11-utils
     python3-pyatspi gir1.2-atspi-2.0

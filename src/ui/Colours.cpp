@@ -25,6 +25,7 @@ Colours Colours::on(const QPalette& palette) {
         .green = isDark ? QColor(0x56d364) : QColor(0x17692e),
         .secondary = mixed(text, background, 0.8),
         .tertiary = mixed(text, background, 0.7),
+        .prompt = mixed(palette.color(QPalette::Text), palette.color(QPalette::Base), 0.75),
     };
 }
 

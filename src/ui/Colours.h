@@ -13,6 +13,7 @@ struct Colours {
     QColor green;     ///< payments and credits
     QColor secondary; ///< text of less importance
     QColor tertiary;  ///< text of least importance
+    QColor prompt;    ///< what an empty field asks for, on the field's own background
 
     [[nodiscard]] static Colours on(const QPalette& palette);
 };

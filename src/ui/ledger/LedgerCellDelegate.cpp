@@ -1,6 +1,7 @@
 #include "ui/ledger/LedgerCellDelegate.h"
 
 #include "ui/Colours.h"
+#include "ui/Fonts.h"
 #include "ui/ledger/LedgerTableModel.h"
 
 #include <QApplication>
@@ -56,6 +57,7 @@ void LedgerCellDelegate::initStyleOption(QStyleOptionViewItem* option, const QMo
     if (index.column() == static_cast<int>(LedgerColumn::runningBalance)) {
         option->font.setWeight(QFont::DemiBold);
     }
+    useFixedWidthDigits(option->font);
     const auto colours = Colours::on(option->palette);
     switch (static_cast<Tone>(index.data(LedgerTableModel::toneRole).toInt())) {
     case Tone::charge:
@@ -99,7 +101,8 @@ void LedgerCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     const bool leftToRight = cell.direction == Qt::LeftToRight;
     const auto taken = margin + cell.fontMetrics.horizontalAdvance(cell.text) + badgeGap;
     const auto left = leftToRight ? textArea.left() + taken : textArea.right() - taken - size.width();
-    const QRect area(QPoint(left, option.rect.center().y() - size.height() / 2), size);
+    const auto top = option.rect.top() + (option.rect.height() - size.height() + 1) / 2;
+    const QRect area(QPoint(left, top), size);
     const auto colours = Colours::on(option.palette);
     const bool isSelected = (option.state & QStyle::State_Selected) != 0;
     const auto colour = isSelected                  ? option.palette.color(QPalette::HighlightedText)

@@ -4,6 +4,7 @@
 #include "store/AppStore.h"
 #include "ui/Colours.h"
 #include "ui/Environment.h"
+#include "ui/Fonts.h"
 #include "ui/MenuBarLabel.h"
 #include "ui/NumberFormat.h"
 #include "ui/Spinner.h"
@@ -30,6 +31,7 @@ QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFon
     auto font = text->font();
     font.setPointSizeF(pointSize > 0 ? pointSize : font.pointSizeF());
     font.setWeight(weight);
+    useFixedWidthDigits(font);
     text->setFont(font);
     return text;
 }
@@ -46,6 +48,12 @@ void colourText(QLabel* text, const QColor& colour) {
 
 QString dollars(double amount) {
     return NumberFormat::dollars(amount, 2);
+}
+
+/// The lines of the header read from left to right, also when they begin with an amount in a script that does
+/// not.
+void showLine(QLabel* label, const QString& text) {
+    label->setText(text.isRightToLeft() ? QChar(0x200E) + text : text);
 }
 
 std::optional<LedgerBanner::Content> linkCondition(const AppStore& store) {
@@ -96,7 +104,7 @@ LedgerHeader::LedgerHeader(QWidget* parent)
       spinner(new Spinner(spinnerSize, this)) {
     layOutTotals();
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(16, 12, 16, 12);
+    column->setContentsMargins(12, 12, 12, 12);
     column->setSpacing(10);
     column->addWidget(snapshotBanner);
     column->addWidget(linkBanner);
@@ -113,7 +121,10 @@ void LedgerHeader::layOutTotals() {
     auto* figures = new QHBoxLayout;
     figures->setSpacing(10);
     for (auto* figure : {posted, plus, pending, pendingWord, equals, total}) {
-        figures->addWidget(figure, 0, Qt::AlignBaseline);
+        // Box layouts know no baseline: what a smaller font has less below its own is made up for.
+        const auto lift = posted->fontMetrics().descent() - figure->fontMetrics().descent();
+        figure->setContentsMargins(0, 0, 0, lift);
+        figures->addWidget(figure, 0, Qt::AlignBottom);
     }
     figures->addStretch(1);
 
@@ -160,20 +171,20 @@ void LedgerHeader::renderTotals(const Timeline& ledger) {
     caption->setText(hasPending ? QStringLiteral("TOTAL OWED (POSTED + PENDING AUTHORIZATIONS)")
                                 : QStringLiteral("OWED NOW"));
     colourText(caption, colours.secondary);
-    posted->setText(dollars(ledger.totalOwed));
+    showLine(posted, dollars(ledger.totalOwed));
     for (auto* figure : {plus, pending, pendingWord, equals, total}) {
         figure->setVisible(hasPending);
     }
-    pending->setText(dollars(ledger.pendingHolds));
+    showLine(pending, dollars(ledger.pendingHolds));
     colourText(pending, colours.orange);
     colourText(pendingWord, colours.secondary);
-    total->setText(dollars(ledger.totalWithPending));
+    showLine(total, dollars(ledger.totalWithPending));
 
     cardSymbol->setVisible(hasPending);
     cardSymbol->setPixmap(
         symbolPixmap(QStringLiteral("creditcard"), cardSymbolSize, colours.secondary, devicePixelRatioF()));
-    available->setText(hasPending ? dollars(ledger.available) + QStringLiteral(" available")
-                                  : QStringLiteral("Available ") + dollars(ledger.available));
+    showLine(available, hasPending ? dollars(ledger.available) + QStringLiteral(" available")
+                                   : QStringLiteral("Available ") + dollars(ledger.available));
     colourText(available, colours.secondary);
     asOf->setText(QStringLiteral("as of ") + plainLine(ledger.asOf));
     colourText(asOf, colours.tertiary);

@@ -1,6 +1,7 @@
 #include "ui/ledger/LedgerTable.h"
 
 #include "ui/ledger/LedgerCellDelegate.h"
+#include "ui/ledger/LedgerTableStyle.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -33,6 +34,10 @@ constexpr int mostRemembered = 1000;
 LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new LedgerTableModel(this)) {
     setModel(lines);
     setItemDelegate(new LedgerCellDelegate(this));
+    auto* roomy = new LedgerTableStyle;
+    roomy->setParent(this);
+    setStyle(roomy);
+    horizontalHeader()->setStyle(roomy);
     setAccessibleName(QStringLiteral("Transactions"));
     setSelectionBehavior(SelectRows);
     setSelectionMode(ExtendedSelection);

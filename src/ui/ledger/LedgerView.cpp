@@ -1,6 +1,7 @@
 #include "ui/ledger/LedgerView.h"
 
 #include "store/AppStore.h"
+#include "ui/Colours.h"
 #include "ui/Environment.h"
 #include "ui/NumberFormat.h"
 #include "ui/Spinner.h"
@@ -133,6 +134,10 @@ void LedgerView::colourButtons() {
         button->setIcon(symbolIcon(button->property("symbol").toString(), buttonSymbolSize,
                                    palette().color(QPalette::ButtonText), devicePixelRatioF()));
     }
+    // Not every theme states a colour for prompts, and then they cannot be read on a dark one.
+    auto prompt = palette();
+    prompt.setColor(QPalette::PlaceholderText, Colours::on(palette()).prompt);
+    search->setPalette(prompt);
 }
 
 void LedgerView::addShortcuts() {

@@ -25,13 +25,13 @@ class Desktop(contextlib.ExitStack):
     so the folder's path is kept short.
     """
 
-    def __init__(self, *, keyring=Keyring.UNLOCKED, services=SERVICES):
+    def __init__(self, *, keyring=Keyring.UNLOCKED, services=SERVICES, size="1280x800"):
         super().__init__()
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quillo-desktop-"))
         self.callback(shutil.rmtree, self.folder, ignore_errors=True)
         try:
             self.environment = self._make_environment()
-            self.display = self.keep(Display(self.folder, self.environment))
+            self.display = self.keep(Display(self.folder, self.environment, size=size))
             self.bus = self.keep(Bus(self.folder, self.environment, services=services))
             self.keyring = None
             if keyring is not Keyring.ABSENT:

@@ -44,20 +44,23 @@ class Display:
         )
         return "window id" in answer.stdout
 
-    def screenshot(self, path, *, crop=None):
-        """Writes the screen, or its part `crop` ("WIDTHxHEIGHT+X+Y"), to a PNG file once it stands still."""
-        pictures = [self._picture(crop)]
+    def screenshot(self, path, *, crop=None, window="root"):
+        """Writes the screen, or its part `crop` ("WIDTHxHEIGHT+X+Y"), to a PNG file once it stands still.
+
+        With the identifier of a window, that window's content alone.
+        """
+        pictures = [self._picture(crop, window)]
 
         def stands_still():
-            pictures.append(self._picture(crop))
+            pictures.append(self._picture(crop, window))
             return pictures[-1] == pictures[-2]
 
         wait_until(stands_still, "a screen that stands still")
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(pictures[-1])
 
-    def _picture(self, crop):
-        command = ["import", "-display", self.name, "-window", "root"]
+    def _picture(self, crop, window):
+        command = ["import", "-display", self.name, "-window", window]
         if crop:
             command += ["-crop", crop, "+repage"]
         command += ["-define", "png:exclude-chunks=date,time", "png:-"]

@@ -27,6 +27,8 @@ QPalette paletteOf(QRgb text, QRgb background) {
     QPalette palette{QColor(background)};
     palette.setColor(QPalette::WindowText, QColor(text));
     palette.setColor(QPalette::Window, QColor(background));
+    palette.setColor(QPalette::Text, QColor(text));
+    palette.setColor(QPalette::Base, QColor(background));
     return palette;
 }
 
@@ -49,8 +51,8 @@ private Q_SLOTS:
         QFETCH(QPalette, palette);
         const auto background = palette.color(QPalette::Window);
         const auto colours = Colours::on(palette);
-        for (const auto& colour :
-             {colours.red, colours.orange, colours.green, colours.secondary, colours.tertiary}) {
+        for (const auto& colour : {colours.red, colours.orange, colours.green, colours.secondary,
+                                   colours.tertiary, colours.prompt}) {
             const auto ratio = contrast(colour, background);
             QVERIFY2(ratio >= 4.5, qPrintable(colour.name() + u' ' + QString::number(ratio)));
         }
