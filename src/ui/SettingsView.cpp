@@ -7,21 +7,28 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFormLayout>
+#include <QEvent>
+#include <QFontInfo>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QVBoxLayout>
+#include <QWheelEvent>
+
+#include <algorithm>
 
 namespace quillo {
 
 namespace {
 
 constexpr double captionScale = 0.85;
+constexpr int sectionGap = 7;
+constexpr QMargins sectionMargins(10, 7, 10, 7);
 
 void colourText(QLabel* text, const QColor& colour) {
     auto palette = text->palette();
@@ -42,12 +49,48 @@ void showState(QCheckBox* box, bool isOn) {
     box->setChecked(isOn);
 }
 
-void addField(QVBoxLayout* section, const QString& title, QWidget* field) {
-    auto* row = new QFormLayout;
-    row->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
-    row->addRow(title, field);
-    section->addLayout(row);
+/// Leaves the wheel to the form around it: scrolling past it must not change it.
+class Picker final : public QComboBox {
+protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
+
+/// Titles stand out; what is in the section does not inherit that.
+void emphasiseTitle(QGroupBox* section) {
+    for (auto* const child : section->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        auto font = child->font();
+        font.setBold(false);
+        child->setFont(font);
+    }
+    auto font = section->font();
+    font.setBold(true);
+    section->setFont(font);
+}
+
+/// A line with the field after its title.
+QHBoxLayout* addField(QVBoxLayout* section, const QString& title, QWidget* field) {
+    auto* label = new QLabel(title);
+    label->setBuddy(field);
     field->setAccessibleName(title);
+    auto* row = new QHBoxLayout;
+    row->addWidget(label);
+    row->addWidget(field);
+    section->addLayout(row);
+    return row;
+}
+
+/// Where fields begin, whatever their titles: behind the longest.
+void alignFields(QWidget* form) {
+    int widest = 0;
+    const auto labels = form->findChildren<QLabel*>();
+    for (const auto* const label : labels) {
+        widest = label->buddy() ? std::max(widest, label->sizeHint().width()) : widest;
+    }
+    for (auto* const label : labels) {
+        if (label->buddy()) {
+            label->setFixedWidth(widest);
+        }
+    }
 }
 
 } // namespace
@@ -56,7 +99,7 @@ SettingsView::SettingsView(QWidget* parent)
     : QWidget(parent), store(Environment::store()), updates(store, [this] { render(); }) {
     auto* form = new QWidget;
     sections = new QVBoxLayout(form);
-    sections->setSpacing(10);
+    sections->setSpacing(sectionGap);
     addBackend();
     addAuthentication();
     addRefresh();
@@ -64,6 +107,10 @@ SettingsView::SettingsView(QWidget* parent)
     addHotKey();
     addLastError();
     sections->addStretch(1);
+    alignFields(form);
+    for (auto* const section : form->findChildren<QGroupBox*>()) {
+        emphasiseTitle(section);
+    }
 
     auto* scrolled = new QScrollArea(this);
     scrolled->setFrameShape(QFrame::NoFrame);
@@ -75,13 +122,17 @@ SettingsView::SettingsView(QWidget* parent)
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(scrolled);
     setFixedSize(contentSize);
+    applyColours();
     render();
 }
 
 QVBoxLayout* SettingsView::addSection(const QString& title) {
     auto* box = new QGroupBox(title);
     sections->addWidget(box);
-    return new QVBoxLayout(box);
+    auto* section = new QVBoxLayout(box);
+    section->setContentsMargins(sectionMargins);
+    section->setSpacing(sectionGap);
+    return section;
 }
 
 QLabel* SettingsView::addNote(QVBoxLayout* section, const QString& text) {
@@ -89,10 +140,17 @@ QLabel* SettingsView::addNote(QVBoxLayout* section, const QString& text) {
     note->setTextFormat(Qt::PlainText);
     note->setWordWrap(true);
     auto caption = note->font();
-    caption.setPointSizeF(caption.pointSizeF() * captionScale);
+    caption.setPointSizeF(QFontInfo(caption).pointSizeF() * captionScale);
     note->setFont(caption);
-    colourText(note, Colours::on(palette()).secondary);
     section->addWidget(note);
+    return note;
+}
+
+QLabel* SettingsView::addNoteUnder(QCheckBox* box, QVBoxLayout* section, const QString& text) {
+    auto* note = addNote(section, text);
+    // Begins where the text of the box does.
+    note->setIndent(box->style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, box) +
+                    box->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, box));
     return note;
 }
 
@@ -114,21 +172,24 @@ void SettingsView::addAuthentication() {
     connect(apiKey, &QLineEdit::textChanged, this,
             [this](const QString& text) { store.settings.apiKey = text; });
     addField(section, QStringLiteral("X-API-Key"), apiKey);
-    addNote(section, QStringLiteral("Stored in macOS Keychain."));
+    notes.push_back(addNote(section, QStringLiteral("Stored in macOS Keychain.")));
 }
 
 void SettingsView::addRefresh() {
     auto* section = addSection(QStringLiteral("Refresh"));
-    interval = new QComboBox;
+    interval = new Picker;
     for (const auto& preset : intervalPresets) {
         interval->addItem(preset.label, preset.seconds);
     }
     connect(interval, &QComboBox::activated, this,
             [this](int entry) { store.settings.refreshInterval = interval->itemData(entry).toLongLong(); });
-    addField(section, QStringLiteral("Interval"), interval);
+    auto* row = addField(section, QStringLiteral("Interval"), interval);
+    // Screen readers are told the chosen entry as its name.
+    interval->setAccessibleDescription(QStringLiteral("Interval"));
     auto* refresh = new QPushButton(QStringLiteral("Refresh now"));
     connect(refresh, &QPushButton::clicked, this, [this] { store.start(store.refresh()); });
-    section->addWidget(refresh, 0, Qt::AlignLeft);
+    row->addStretch(1);
+    row->addWidget(refresh);
 }
 
 void SettingsView::addStartup() {
@@ -136,8 +197,7 @@ void SettingsView::addStartup() {
     launchAtLogin = new QCheckBox(QStringLiteral("Launch at login"));
     connect(launchAtLogin, &QCheckBox::toggled, this, [this](bool isOn) { store.launchAtLogin = isOn; });
     section->addWidget(launchAtLogin);
-    loginItemStatus = addNote(section, QString());
-    colourText(loginItemStatus, Colours::on(palette()).orange);
+    loginItemStatus = addNoteUnder(launchAtLogin, section, QString());
 }
 
 void SettingsView::addHotKey() {
@@ -145,9 +205,10 @@ void SettingsView::addHotKey() {
     hotKey = new QCheckBox(QStringLiteral("Open ledger from any app (⌘⇧R)"));
     connect(hotKey, &QCheckBox::toggled, this, [this](bool isOn) { store.settings.hotKeyEnabled = isOn; });
     section->addWidget(hotKey);
-    addNote(section,
-            QStringLiteral("Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
-                           "shortcut."));
+    notes.push_back(addNoteUnder(
+        hotKey, section,
+        QStringLiteral("Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
+                       "shortcut.")));
 }
 
 void SettingsView::addLastError() {
@@ -158,6 +219,21 @@ void SettingsView::addLastError() {
     lastError->setWordWrap(true);
     lastError->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     section->addWidget(lastError);
+}
+
+void SettingsView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) {
+        applyColours(); // the desktop may turn dark while the window is open
+    }
+    QWidget::changeEvent(event);
+}
+
+void SettingsView::applyColours() {
+    const auto colours = Colours::on(palette());
+    for (auto* const note : notes) {
+        colourText(note, colours.secondary);
+    }
+    colourText(loginItemStatus, colours.orange);
 }
 
 void SettingsView::render() {

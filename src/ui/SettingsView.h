@@ -27,6 +27,9 @@ public:
     /// Takes the store from the environment.
     explicit SettingsView(QWidget* parent = nullptr);
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void addBackend();
     void addAuthentication();
@@ -35,7 +38,9 @@ private:
     void addHotKey();
     void addLastError();
     [[nodiscard]] QVBoxLayout* addSection(const QString& title);
-    QLabel* addNote(QVBoxLayout* section, const QString& text);
+    [[nodiscard]] QLabel* addNote(QVBoxLayout* section, const QString& text);
+    [[nodiscard]] QLabel* addNoteUnder(QCheckBox* box, QVBoxLayout* section, const QString& text);
+    void applyColours();
     void render();
 
     AppStore& store;
@@ -49,6 +54,7 @@ private:
     QCheckBox* hotKey = nullptr;
     QGroupBox* lastErrorSection = nullptr;
     QLabel* lastError = nullptr;
+    std::vector<QLabel*> notes; ///< of less importance than the controls above them
     ViewUpdates updates;
 };
 

@@ -3,6 +3,7 @@
 #include "ui/WindowActivation.h"
 
 #include <QCloseEvent>
+#include <QLayout>
 #include <QMainWindow>
 
 #include <malloc.h>
@@ -39,6 +40,9 @@ public:
             scene.prepare(*this);
         }
         setCentralWidget(scene.makeContent());
+        if (scene.firstSize.isEmpty()) {
+            layout()->setSizeConstraint(QLayout::SetFixedSize);
+        }
     }
 
     ~Frame() override {

@@ -15,7 +15,7 @@ namespace quillo {
 struct WindowScene {
     QString title;
     QString identifier;
-    QSize firstSize; ///< empty: as its content asks
+    QSize firstSize; ///< empty: always as its content asks
     /// Makes the content, anew each time the window opens.
     std::function<QWidget*()> makeContent;
     /// Adds what belongs to the frame, such as a menu bar; may be empty.

@@ -51,6 +51,20 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return ledger.window()->size() == QSize(720, 480); }));
     }
 
+    void settingsAreAlwaysAsLargeAsTheirContent() {
+        SingleWindow settings(settingsScene([] {
+            auto* content = new QWidget;
+            content->setFixedSize(460, 380);
+            return content;
+        }));
+        settings.open();
+        QCOMPARE(settings.window()->windowTitle(), QStringLiteral("Quillo Settings"));
+        QVERIFY(waitUntil([&] { return settings.window()->size() == QSize(460, 380); }));
+        settings.window()->resize(800, 600);
+        drainEvents();
+        QCOMPARE(settings.window()->size(), QSize(460, 380));
+    }
+
     void openingItTwiceKeepsTheOneWindow() {
         SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
