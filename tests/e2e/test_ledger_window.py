@@ -86,13 +86,13 @@ def test_closed_ledger_reopens_at_its_last_size_and_ends_nothing(desktop, runnin
     program, _ = running
     activate(desktop)
     window = windows.wait_for(TITLE)
-    windows.resize(window, 800, 500)
-    windows.wait_for_size(window, (800, 500))
+    windows.resize(window, 800, 560)
+    windows.wait_for_size(window, (800, 560))
     windows.close(window)
     windows.wait_for_none(TITLE)
     assert program.running
     activate(desktop)
-    windows.wait_for_size(windows.wait_for(TITLE), (800, 500))
+    windows.wait_for_size(windows.wait_for(TITLE), (800, 560))
 
 
 def test_ledger_is_never_smaller_than_its_content_needs(desktop, running, windows):
