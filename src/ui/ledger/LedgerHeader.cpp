@@ -11,9 +11,14 @@
 #include "ui/Symbols.h"
 #include "ui/ledger/LedgerBanner.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace quillo {
 
@@ -21,6 +26,8 @@ namespace {
 
 constexpr double largeFigure = 36;
 constexpr double mediumFigure = 24;
+constexpr double leastFigureScale = 0.4;
+constexpr int figureSpacing = 10;
 constexpr double captionScale = 0.85;
 constexpr int spinnerSize = 28;
 constexpr int cardSymbolSize = 14;
@@ -119,11 +126,8 @@ void LedgerHeader::layOutTotals() {
     equals->setText(QStringLiteral("="));
 
     auto* figures = new QHBoxLayout;
-    figures->setSpacing(10);
+    figures->setSpacing(figureSpacing);
     for (auto* figure : {posted, plus, pending, pendingWord, equals, total}) {
-        // Box layouts know no baseline: what a smaller font has less below its own is made up for.
-        const auto lift = posted->fontMetrics().descent() - figure->fontMetrics().descent();
-        figure->setContentsMargins(0, 0, 0, lift);
         figures->addWidget(figure, 0, Qt::AlignBottom);
     }
     figures->addStretch(1);
@@ -135,12 +139,15 @@ void LedgerHeader::layOutTotals() {
     credit->addWidget(asOf);
     credit->addStretch(1);
 
+    // The figures give way to the window, not the other way round.
+    totals->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* column = new QVBoxLayout(totals);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(4);
     column->addWidget(caption);
     column->addLayout(figures);
     column->addLayout(credit);
+    totals->installEventFilter(this);
 }
 
 void LedgerHeader::render() {
@@ -188,6 +195,48 @@ void LedgerHeader::renderTotals(const Timeline& ledger) {
     colourText(available, colours.secondary);
     asOf->setText(QStringLiteral("as of ") + plainLine(ledger.asOf));
     colourText(asOf, colours.tertiary);
+    fitFigures();
+}
+
+/// Makes the figures smaller where the window is too narrow for all of their digits: half a number reads like
+/// another one.
+void LedgerHeader::fitFigures() {
+    const std::pair<QLabel*, double> figures[] = {{posted, largeFigure},
+                                                  {plus, mediumFigure},
+                                                  {pending, mediumFigure},
+                                                  {equals, mediumFigure},
+                                                  {total, largeFigure}};
+    double room = totals->width();
+    double needed = 0;
+    for (const auto& [figure, size] : figures) {
+        if (!figure->isHidden()) {
+            auto fullFont = figure->font();
+            fullFont.setPointSizeF(size);
+            needed += std::ceil(QFontMetricsF(fullFont).horizontalAdvance(figure->text()));
+            room -= figureSpacing;
+        }
+    }
+    if (!pendingWord->isHidden()) {
+        room -= pendingWord->sizeHint().width() + figureSpacing;
+    }
+    const auto scale = std::clamp(room / needed, leastFigureScale, 1.0);
+    for (const auto& [figure, size] : figures) {
+        auto fitting = figure->font();
+        fitting.setPointSizeF(std::floor(size * scale * 2) / 2);
+        figure->setFont(fitting);
+    }
+    for (auto* figure : {posted, plus, pending, pendingWord, equals, total}) {
+        // Box layouts know no baseline: what a smaller font has less below its own is made up for.
+        const auto lift = posted->fontMetrics().descent() - figure->fontMetrics().descent();
+        figure->setContentsMargins(0, 0, 0, std::max(0, lift));
+    }
+}
+
+bool LedgerHeader::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == totals && event->type() == QEvent::Resize) {
+        fitFigures();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void LedgerHeader::renderAbsence() {

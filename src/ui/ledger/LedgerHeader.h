@@ -22,6 +22,9 @@ public:
     /// Shows what the store holds now.
     void render();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 Q_SIGNALS:
     void backToLiveRequested();
 
@@ -30,6 +33,7 @@ private:
     void renderTotals(const Timeline& ledger);
     void renderAbsence();
     void layOutTotals();
+    void fitFigures();
 
     AppStore& store;
     LedgerBanner* snapshotBanner;
