@@ -3,16 +3,17 @@
 #include "store/AppStore.h"
 #include "ui/Colours.h"
 #include "ui/Environment.h"
-#include "ui/NumberFormat.h"
 #include "ui/Spinner.h"
 #include "ui/Symbols.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerTable.h"
+#include "ui/ledger/SnapshotList.h"
 
 #include <QComboBox>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QListView>
 #include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -25,10 +26,8 @@ namespace {
 constexpr int buttonSymbolSize = 16;
 constexpr int searchWidth = 220;
 
-QString snapshotLabel(const SnapshotSummary& snapshot) {
-    const auto total = snapshot.totalWithPending.value_or(snapshot.totalOwed.value_or(0));
-    return snapshot.snapshotDate + QStringLiteral(" · ") + NumberFormat::dollars(total, 0);
-}
+/// Room for a date and an amount of four digits.
+constexpr int pickerLetters = 17;
 
 /// Wheel turns over a picker scroll nothing and would change the ledger by accident.
 class Picker final : public QComboBox {
@@ -50,6 +49,7 @@ LedgerView::LedgerView(QWidget* parent)
       pullFromBank(makeButton(
           QStringLiteral("Pull from bank"), QStringLiteral("building.columns"),
           QStringLiteral("Slow (~30s–2min). Asks Plaid to re-pull from your bank. Rate-limited + metered."))),
+      snapshots(new SnapshotList(this)),
       snapshotPicker(new Picker(this)),
       search(new QLineEdit(this)),
       header(new LedgerHeader(this)),
@@ -64,10 +64,8 @@ LedgerView::LedgerView(QWidget* parent)
 
     connect(pullUpdates, &QToolButton::clicked, this, [this] { store.start(store.syncNow()); });
     connect(pullFromBank, &QToolButton::clicked, this, [this] { store.start(store.refreshFromBank()); });
-    connect(snapshotPicker, &QComboBox::activated, this, [this](int entry) {
-        const auto date = snapshotPicker->itemData(entry);
-        select(date.isValid() ? std::optional(date.toString()) : std::nullopt);
-    });
+    connect(snapshotPicker, &QComboBox::activated, this,
+            [this](int entry) { select(snapshots->date(entry)); });
     connect(header, &LedgerHeader::backToLiveRequested, this, [this] {
         snapshotPicker->setCurrentIndex(0);
         select(std::nullopt);
@@ -75,31 +73,57 @@ LedgerView::LedgerView(QWidget* parent)
     connect(search, &QLineEdit::textChanged, table, &LedgerTable::setSearch);
     addShortcuts();
 
-    const auto noteChange = [this](const auto&) {
-        ledgerChanged = true;
-        table->ledgerWillChange();
-    };
-    using Ledger = Published<std::optional<Timeline>>;
-    using Date = Published<std::optional<QString>>;
-    ledgerObservations.push_back(
-        store.timeline.observe(Ledger::Current::skip, Ledger::Repeats::deliver, noteChange));
-    ledgerObservations.push_back(
-        store.snapshotTimeline.observe(Ledger::Current::skip, Ledger::Repeats::deliver, noteChange));
-    ledgerObservations.push_back(
-        store.selectedSnapshotDate.observe(Date::Current::skip, Date::Repeats::deliver, noteChange));
-    snapshotPicker->addItem(QStringLiteral("Live"));
     colourButtons();
+    observeLedgers();
     render();
 }
 
 LedgerView::~LedgerView() = default;
 
+void LedgerView::observeLedgers() {
+    using Ledger = Published<std::optional<Timeline>>;
+    using Date = Published<std::optional<QString>>;
+    const auto observe = [this](Ledger& ledger, bool belongsToSnapshot) {
+        ledgerObservations.push_back(
+            ledger.observe(Ledger::Current::skip, Ledger::Repeats::deliver,
+                           [this, &ledger, belongsToSnapshot](const std::optional<Timeline>& next) {
+                               if (store.isViewingSnapshot() == belongsToSnapshot) {
+                                   noteLedger(ledger, next);
+                               }
+                           }));
+    };
+    observe(store.timeline, false);
+    observe(store.snapshotTimeline, true);
+    ledgerObservations.push_back(store.selectedSnapshotDate.observe(
+        Date::Current::skip, Date::Repeats::deliver, [this](const auto&) { noteLedgerChange(); }));
+}
+
+/// A refresh seldom brings anything new. Equal lines take the place of those shown, which then need not be
+/// sorted, filtered and painted again.
+void LedgerView::noteLedger(const std::optional<Timeline>& shown, const std::optional<Timeline>& next) {
+    if (shown && next && shown->transactions == next->transactions) {
+        return;
+    }
+    noteLedgerChange();
+}
+
+void LedgerView::noteLedgerChange() {
+    ledgerChanged = true;
+    table->ledgerWillChange();
+}
+
 QWidget* LedgerView::makeToolbar() {
     snapshotPicker->setToolTip(
         QStringLiteral("Switch between the live ledger and any daily snapshot from the past 90 days."));
     snapshotPicker->setAccessibleDescription(QStringLiteral("Snapshot"));
-    snapshotPicker->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    // Its width does not depend on its entries, so that none of them has to be measured.
+    snapshotPicker->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    snapshotPicker->setMinimumContentsLength(pickerLetters);
     snapshotPicker->setMaxVisibleItems(20);
+    if (auto* list = qobject_cast<QListView*>(snapshotPicker->view())) {
+        list->setUniformItemSizes(true);
+    }
+    snapshotPicker->setModel(snapshots);
     search->setPlaceholderText(QStringLiteral("Filter merchants"));
     search->setAccessibleName(QStringLiteral("Filter merchants"));
     search->setClearButtonEnabled(true);
@@ -109,10 +133,14 @@ QWidget* LedgerView::makeToolbar() {
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(12, 8, 12, 0);
     row->setSpacing(8);
+    // Its place is kept, so that the buttons stay where they are when it comes and goes.
+    auto kept = spinner->sizePolicy();
+    kept.setRetainSizeWhenHidden(true);
+    spinner->setSizePolicy(kept);
+    row->addWidget(spinner);
     row->addWidget(pullUpdates);
     row->addWidget(pullFromBank);
     row->addWidget(snapshotPicker);
-    row->addWidget(spinner);
     row->addStretch(1);
     row->addWidget(search);
     return bar;
@@ -156,7 +184,9 @@ void LedgerView::addShortcuts() {
 void LedgerView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     loading.spawn(store.loadSnapshots());
-    table->setFocus();
+    if (!event->spontaneous()) {
+        table->setFocus();
+    }
 }
 
 void LedgerView::hideEvent(QHideEvent* event) {
@@ -172,6 +202,7 @@ void LedgerView::changeEvent(QEvent* event) {
 }
 
 void LedgerView::select(const std::optional<QString>& date) {
+    snapshotSelection = date;
     store.start(store.loadSnapshot(date));
 }
 
@@ -187,18 +218,12 @@ void LedgerView::render() {
 }
 
 void LedgerView::renderSnapshots() {
-    if (store.availableSnapshots.get() == listedSnapshots) {
+    if (store.availableSnapshots.get() == snapshots->days()) {
         return;
     }
-    listedSnapshots = store.availableSnapshots;
-    const auto chosen = snapshotPicker->currentData();
-    snapshotPicker->clear();
-    snapshotPicker->addItem(QStringLiteral("Live"));
-    for (const auto& snapshot : listedSnapshots) {
-        snapshotPicker->addItem(snapshotLabel(snapshot), snapshot.snapshotDate);
-    }
+    snapshots->setDays(store.availableSnapshots);
     // A day that is no longer offered leaves the picker without a choice; what is shown does not change.
-    snapshotPicker->setCurrentIndex(chosen.isValid() ? snapshotPicker->findData(chosen) : 0);
+    snapshotPicker->setCurrentIndex(snapshots->entryOf(snapshotSelection));
 }
 
 } // namespace quillo

@@ -2,7 +2,7 @@
 
 #include "core/Signal.h"
 #include "core/TaskScope.h"
-#include "model/SnapshotSummary.h"
+#include "model/Timeline.h"
 #include "ui/ViewUpdates.h"
 
 #include <QWidget>
@@ -19,6 +19,7 @@ namespace quillo {
 class AppStore;
 class LedgerHeader;
 class LedgerTable;
+class SnapshotList;
 class Spinner;
 
 /// The content of the ledger window: toolbar, header, table. What it shows comes from the store's visible
@@ -42,18 +43,22 @@ private:
     void colourButtons();
     void render();
     void renderSnapshots();
+    void observeLedgers();
+    void noteLedger(const std::optional<Timeline>& shown, const std::optional<Timeline>& next);
+    void noteLedgerChange();
     void select(const std::optional<QString>& date);
 
     AppStore& store;
     Spinner* spinner;
     QToolButton* pullUpdates;
     QToolButton* pullFromBank;
+    SnapshotList* snapshots;
     QComboBox* snapshotPicker;
     QLineEdit* search;
     LedgerHeader* header;
     LedgerTable* table;
     bool ledgerChanged = true;
-    std::vector<SnapshotSummary> listedSnapshots;
+    std::optional<QString> snapshotSelection; ///< the picker's choice; absent for "Live"
     TaskScope loading;
     std::vector<Observation> ledgerObservations;
     ViewUpdates updates;
