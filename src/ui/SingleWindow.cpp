@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QLayout>
 #include <QMainWindow>
+#include <QPixmapCache>
 
 #include <malloc.h>
 
@@ -47,7 +48,8 @@ public:
 
     ~Frame() override {
         delete takeCentralWidget();
-        // What the window showed may have been large.
+        // What the window showed may have been large, and pictures that its style keeps serve nobody now.
+        QPixmapCache::clear();
         malloc_trim(0);
     }
 
