@@ -34,7 +34,7 @@ ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notific
     menu->addMenu(statusMenu);
     menu->addSeparator();
     auto* quit = menu->addAction(QStringLiteral("Quit Quillo"));
-    quit->setShortcut(QKeySequence::Quit);
+    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
     connect(quit, &QAction::triggered, this, actions.quit);
     render();
 }

@@ -59,7 +59,7 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
     header->setStretchLastSection(false);
     header->setResizeContentsPrecision(0); // what is in sight tells enough; measuring takes its time
     header->setSectionResizeMode(static_cast<int>(LedgerColumn::description), QHeaderView::Stretch);
-    connect(header, &QHeaderView::sectionClicked, this, [this](int section) {
+    const auto sortBy = [this](int section) {
         const auto order = lines->sortOrder();
         if (section == static_cast<int>(LedgerColumn::description)) {
             showSortOrder(); // The header has moved its arrow by itself.
@@ -71,7 +71,10 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
         lines->sort(section, direction);
         showSortOrder();
         scrollToTop();
-    });
+    };
+    connect(header, &QHeaderView::sectionClicked, this, sortBy);
+    // The second of two quick clicks counts, too.
+    connect(header, &QHeaderView::sectionDoubleClicked, this, sortBy);
     connect(header, &QHeaderView::sectionResized, this, &LedgerTable::keepMinimumWidth);
     header->setSortIndicatorShown(true);
     showSortOrder();

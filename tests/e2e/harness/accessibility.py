@@ -21,6 +21,9 @@ _TABLE = "org.a11y.atspi.Table"
 _ROOT = "/org/a11y/atspi/accessible/root"
 _NOWHERE = "/org/a11y/atspi/null"
 
+# A coordinate type (AtspiCoordType).
+_SCREEN = 0
+
 # Bits of a state set (AtspiStateType).
 _STATES = {
     "active": 1,
@@ -82,7 +85,7 @@ class Element:
         self._path = path
 
     def __eq__(self, other):
-        return (self._owner, self._path) == (other._owner, other._path)
+        return isinstance(other, Element) and (self._owner, self._path) == (other._owner, other._path)
 
     def __hash__(self):
         return hash((self._owner, self._path))
@@ -185,9 +188,17 @@ class Element:
         wait_until(lambda: self.name == entry, lambda: f"{entry!r} chosen; it is {self.name!r}")
 
     def focus(self):
-        (done,) = self._call("org.a11y.atspi.Component", "GrabFocus")
-        assert done
+        """Gives the focus to a button or an input line. Tables and combo boxes refuse it: press Tab."""
+        self._call("org.a11y.atspi.Component", "GrabFocus")
         wait_until(lambda: "focused" in self.states, lambda: f"the focus on {self}")
+
+    @property
+    def centre(self):
+        """The middle of what it covers, in pixels of the screen."""
+        ((x, y, width, height),) = self._call(
+            "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (_SCREEN,))
+        )
+        return x + width // 2, y + height // 2
 
     def write(self, text):
         """Replaces the content of an input line."""
@@ -207,6 +218,10 @@ class Element:
             (title,) = self._call(_TABLE, "GetColumnDescription", GLib.Variant("(i)", (column,)))
             titles.append(title)
         return titles
+
+    def column_header(self, column):
+        (header,) = self._call(_TABLE, "GetColumnHeader", GLib.Variant("(i)", (column,)))
+        return Element(self._reader, *header)
 
     def cell(self, row, column):
         (cell,) = self._call(_TABLE, "GetAccessibleAt", GLib.Variant("(ii)", (row, column)))

@@ -61,6 +61,14 @@ class Windows:
         """Types into whatever window has the focus, such as "ctrl+shift+r"."""
         self._run("xdotool", "key", keys)
 
+    def type(self, text):
+        """Types a text into whatever window has the focus."""
+        self._run("xdotool", "type", text)
+
+    def click(self, x, y):
+        """Clicks at a place of the screen."""
+        self._run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
     def _managed(self):
         return self._root_windows("_NET_CLIENT_LIST")
 

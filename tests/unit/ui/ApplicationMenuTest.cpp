@@ -1,5 +1,6 @@
 #include "ui/ApplicationMenu.h"
 
+#include "platform/BuildConfiguration.h"
 #include "store/StoreFixture.h"
 #include "support/Wait.h"
 #include "ui/Environment.h"
@@ -7,6 +8,8 @@
 
 #include <QMainWindow>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QPointer>
 #include <QTest>
 
 using namespace quillo;
@@ -69,6 +72,56 @@ private Q_SLOTS:
         QCOMPARE(fixture.texts(fixture.menu()).first(3),
                  QStringList({u"About Quillo"_s, u"Refresh"_s, u"---"_s}));
         QCOMPARE(fixture.menu().actions().at(1)->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
+    }
+
+    void everythingIsInItsPlace() {
+        const Fixture fixture;
+        QCOMPARE(fixture.texts(fixture.menu()),
+                 QStringList({u"About Quillo"_s, u"Refresh"_s, u"---"_s, u"Settings…"_s,
+                              u"Balance and actions"_s, u"---"_s, u"Quit Quillo"_s}));
+    }
+
+    void aboutTellsTheVersionAndTheLicenceAndHoldsNothingUp() {
+        Fixture fixture;
+        Fixture::choose(fixture.menu(), u"About Quillo"_s);
+        QPointer<QMessageBox> about = fixture.window.findChild<QMessageBox*>();
+        QVERIFY(about);
+        QVERIFY(about->isVisible());
+        QCOMPARE(about->text(), u"Quillo "_s + build::version);
+        QVERIFY(about->informativeText().contains(u"MIT"_s));
+        QTest::keyClick(about, Qt::Key_Escape);
+        QVERIFY(waitUntil([&] { return about.isNull(); }));
+        QVERIFY(fixture.window.isVisible());
+    }
+
+    void theLedgersKeysOpenTheLedgerAndRefreshNothing_data() {
+        QTest::addColumn<bool>("asksForAttention");
+        QTest::newRow("nothing wrong") << false;
+        QTest::newRow("another entry has the same keys") << true;
+    }
+    void theLedgersKeysOpenTheLedgerAndRefreshNothing() {
+        QFETCH(bool, asksForAttention);
+        Fixture fixture;
+        if (asksForAttention) {
+            fixture.surroundings.store().itemStatuses = {{.itemId = u"a"_s, .needsUpdate = true}};
+            drainEvents();
+        }
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
+        const auto before = fixture.surroundings.refreshes();
+        QTest::keyClick(&fixture.window, Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(waitUntil([&] {
+            return fixture.called == QStringList{u"ledger"_s} || !fixture.surroundings.opened.empty();
+        }));
+        drainEvents();
+        QCOMPARE(fixture.called.size() + fixture.surroundings.opened.size(), 1);
+        QCOMPARE(fixture.surroundings.refreshes(), before);
+    }
+
+    void controlQQuits() {
+        Fixture fixture;
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
+        QTest::keyClick(&fixture.window, Qt::Key_Q, Qt::ControlModifier);
+        QVERIFY(waitUntil([&] { return fixture.called == QStringList{u"quit"_s}; }));
     }
 
     void pressingRefreshTwiceStartsTwoRefreshes() {

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QHeaderView>
+#include <QMouseEvent>
 #include <QScrollBar>
 #include <QTest>
 
@@ -80,6 +81,23 @@ private Q_SLOTS:
         QCOMPARE(fixture.text(0), u"three"_s);
         QCOMPARE(fixture.table.horizontalHeader()->sortIndicatorSection(),
                  static_cast<int>(LedgerColumn::runningBalance));
+    }
+
+    void twoQuickClicksAreTwoClicks() {
+        Fixture fixture;
+        fixture.show(ledgerOf({{.merchant = u"two"_s, .amount = 2}, {.merchant = u"one"_s, .amount = 1}}));
+        auto* header = fixture.table.horizontalHeader();
+        const QPoint middle(header->sectionViewportPosition(2) + 40, header->height() / 2);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, middle);
+        // A window system's second click is a double click and a release.
+        for (const auto type : {QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease}) {
+            const auto buttons = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+            QMouseEvent event(type, middle, header->viewport()->mapToGlobal(middle), Qt::LeftButton, buttons,
+                              {});
+            QCoreApplication::sendEvent(header->viewport(), &event);
+        }
+        QCOMPARE(fixture.text(0), u"one"_s);
+        QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
     }
 
     void aClickOnTheDescriptionsTitleChangesNothing() {
