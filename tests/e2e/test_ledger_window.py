@@ -5,13 +5,11 @@ import subprocess
 import pytest
 from gi.repository import GLib
 
-from harness.processes import Child
 from harness.program import APPLICATION_ID, Quillo, executable
 from harness.waiting import wait_until
 from harness.windows import Windows
 
 TITLE = "Quillo — Ledger"
-OTHER = "Another program"
 
 
 @pytest.fixture
@@ -42,15 +40,6 @@ def activate_action(desktop, name):
     ask(desktop, "ActivateAction", GLib.Variant("(sava{sv})", (name, [], {})))
 
 
-def cover(desktop, windows):
-    """Puts another program's window over everything."""
-    command = ["xmessage", "-geometry", "1200x700+0+0", "-title", OTHER, "over everything"]
-    desktop.keep(Child(command, environment=desktop.environment, log=desktop.folder / "other.log"))
-    other = windows.wait_for(OTHER)
-    windows.wait_until_active(other)
-    return other
-
-
 def test_no_window_opens_by_itself(running, windows):
     program, _ = running
     program.wait_until_idle()
@@ -68,7 +57,7 @@ def test_menu_opens_the_ledger_with_its_title_and_size(running, windows):
 def test_ledger_behind_another_programs_window_comes_forward(desktop, running, windows):
     activate(desktop)
     window = windows.wait_for(TITLE)
-    cover(desktop, windows)
+    windows.cover()
     activate(desktop)
     windows.wait_until_active(window)
     assert windows.titled(TITLE) == [window]

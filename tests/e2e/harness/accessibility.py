@@ -20,6 +20,7 @@ _ACCESSIBLE = "org.a11y.atspi.Accessible"
 _TABLE = "org.a11y.atspi.Table"
 _ROOT = "/org/a11y/atspi/accessible/root"
 _NOWHERE = "/org/a11y/atspi/null"
+_PASSWORD_TEXT = 40  # AtspiRole
 
 # A coordinate type (AtspiCoordType).
 _SCREEN = 0
@@ -113,6 +114,11 @@ class Element:
         """Such as "push button", "text", "combo box", "check box", "label", "table"."""
         (role,) = self._call(_ACCESSIBLE, "GetRoleName")
         return role
+
+    @property
+    def is_masked(self):
+        """Whether this is an input line for secrets; Qt says so by the role's number, not by its name."""
+        return self._call(_ACCESSIBLE, "GetRole") == (_PASSWORD_TEXT,)
 
     @property
     def states(self):

@@ -94,6 +94,12 @@ class MenuEntry:
     def label(self):
         return self.properties.get("label", "").replace("__", "_")
 
+    def everything(self):
+        """All entries below this one, in order."""
+        for entry in self.children:
+            yield entry
+            yield from entry.everything()
+
     def labels(self):
         """The texts of all entries in order, those of submenus after their title; dividers are "---"."""
         texts = []
@@ -183,7 +189,7 @@ class StatusItem:
 
     def activate_menu(self, label):
         """Clicks the first enabled entry with this text."""
-        for entry in _all_entries(self.menu()):
+        for entry in self.menu().everything():
             if entry.label == label and entry.properties.get("enabled", True):
                 event = GLib.Variant("(isvu)", (entry.id, "clicked", GLib.Variant("s", ""), 0))
                 self.menu_call("Event", event)
@@ -201,9 +207,3 @@ def _as_shown(icon, label):
 def _entry(layout):
     identifier, properties, children = layout
     return MenuEntry(identifier, properties, [_entry(child) for child in children])
-
-
-def _all_entries(entry):
-    for child in entry.children:
-        yield child
-        yield from _all_entries(child)

@@ -3,6 +3,7 @@
 import re
 import subprocess
 
+from .processes import Child
 from .waiting import wait_until
 
 
@@ -27,12 +28,11 @@ class Windows:
 
     def wait_until_active(self, window):
         """Waits until the window has the focus and is the topmost of all."""
+        wait_until(lambda: self.is_active(window), f"window {window} in front with the focus")
 
-        def in_front():
-            stacking = self._root_windows("_NET_CLIENT_LIST_STACKING")
-            return self._root_windows("_NET_ACTIVE_WINDOW") == [window] and stacking[-1] == window
-
-        wait_until(in_front, f"window {window} in front with the focus")
+    def is_active(self, window):
+        stacking = self._root_windows("_NET_CLIENT_LIST_STACKING")
+        return self._root_windows("_NET_ACTIVE_WINDOW") == [window] and stacking[-1] == window
 
     def wait_until_minimised(self, window):
         wait_until(lambda: "Iconic" in self._xprop("-id", window, "WM_STATE"), f"window {window} minimised")
@@ -48,6 +48,11 @@ class Windows:
     def resize(self, window, width, height):
         self._run("xdotool", "windowsize", window, str(width), str(height))
 
+    def activate(self, window):
+        """Brings a window to the front as a task bar does."""
+        self._run("xdotool", "windowactivate", "--sync", window)
+        self.wait_until_active(window)
+
     def minimise(self, window):
         self._run("xdotool", "windowminimize", window)
         self.wait_until_minimised(window)
@@ -56,6 +61,16 @@ class Windows:
         """Closes the window as its title bar's button does."""
         self._run("xdotool", "windowactivate", "--sync", window)
         self.press("alt+F4")
+
+    def cover(self):
+        """Puts another program's window over everything and gives it the focus; returns the window."""
+        title = "Another program"
+        command = ["xmessage", "-geometry", "1200x700+0+0", "-title", title, "over everything"]
+        log = self._desktop.folder / "other.log"
+        self._desktop.keep(Child(command, environment=self._desktop.environment, log=log))
+        other = self.wait_for(title)
+        self.wait_until_active(other)
+        return other
 
     def press(self, keys):
         """Types into whatever window has the focus, such as "ctrl+shift+r"."""
