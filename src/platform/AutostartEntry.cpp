@@ -1,5 +1,8 @@
 #include "platform/AutostartEntry.h"
 
+#include <QStringList>
+
+#include <algorithm>
 #include <memory>
 
 #include <glib.h>
@@ -25,6 +28,27 @@ Text value(GKeyFile* file, const char* key) {
 
 bool isProgram(const char* name) {
     return name && *name && Text(g_find_program_in_path(name));
+}
+
+QStringList list(GKeyFile* file, const char* key) {
+    QStringList items;
+    const Words words(g_key_file_get_string_list(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr));
+    for (auto* const* word = words.get(); word && *word; ++word) {
+        items << QString::fromUtf8(*word);
+    }
+    return items;
+}
+
+/// Section "Recognized desktop entry keys": OnlyShowIn and NotShowIn against the desktop's names.
+bool isForThisDesktop(GKeyFile* file) {
+    const auto names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    const auto isNamedIn = [&names](const QStringList& desktops) {
+        return std::ranges::any_of(names, [&](const auto& name) { return desktops.contains(name); });
+    };
+    const bool isRestricted =
+        g_key_file_has_key(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ONLY_SHOW_IN, nullptr);
+    return (!isRestricted || isNamedIn(list(file, G_KEY_FILE_DESKTOP_KEY_ONLY_SHOW_IN))) &&
+           !isNamedIn(list(file, G_KEY_FILE_DESKTOP_KEY_NOT_SHOW_IN));
 }
 
 bool startsSomething(GKeyFile* file) {
@@ -60,6 +84,9 @@ Meaning meaning(const QByteArray& text) {
         if (g_strcmp0(enabled.get(), "false") == 0) {
             return Meaning::switchedOff;
         }
+    }
+    if (!isForThisDesktop(file.get())) {
+        return Meaning::switchedOff;
     }
     return startsSomething(file.get()) ? Meaning::starts : Meaning::nonsense;
 }

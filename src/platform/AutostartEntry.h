@@ -9,7 +9,9 @@ namespace quillo::autostart {
 enum class Meaning {
     /// Starters run its program.
     starts,
-    /// Somebody switched it off: Hidden, or one of the keys that desktops' settings write.
+    /// Somebody switched it off: Hidden, one of the keys that desktops' settings write, or an entry that
+    /// leaves
+    /// this desktop out (the variable XDG_CURRENT_DESKTOP).
     switchedOff,
     /// Not a desktop entry, or one without a program that exists.
     nonsense,

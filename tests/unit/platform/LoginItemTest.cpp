@@ -48,6 +48,7 @@ public:
         qputenv("XDG_CONFIG_DIRS", QFile::encodeName(folder.filePath(u"config-dirs"_s)));
         qputenv("XDG_DATA_HOME", QFile::encodeName(folder.filePath(u"data"_s)));
         qputenv("XDG_DATA_DIRS", QFile::encodeName(folder.filePath(u"data-dirs"_s)));
+        qputenv("XDG_CURRENT_DESKTOP", "XFCE:GTK");
     }
 
     QTemporaryDir folder;
@@ -154,6 +155,9 @@ private Q_SLOTS:
         QTest::newRow("Hidden") << QByteArray("Hidden=true");
         QTest::newRow("GNOME") << QByteArray("X-GNOME-Autostart-enabled=false");
         QTest::newRow("MATE") << QByteArray("X-MATE-Autostart-enabled=false");
+        QTest::newRow("only elsewhere") << QByteArray("OnlyShowIn=GNOME;KDE;");
+        QTest::newRow("nowhere") << QByteArray("OnlyShowIn=");
+        QTest::newRow("not here") << QByteArray("NotShowIn=GNOME;XFCE;");
     }
     void switchedOffEntryRequiresApprovalAndStaysOff() {
         QFETCH(const QByteArray, line);
@@ -167,6 +171,19 @@ private Q_SLOTS:
         home.item.unregister();
         QCOMPARE(read(home.entry), off);
         QCOMPARE(home.item.status(), LoginItemStatus::requiresApproval);
+    }
+
+    void entryForThisDesktopIsEnabled_data() {
+        QTest::addColumn<QByteArray>("line");
+        QTest::newRow("only here") << QByteArray("OnlyShowIn=GNOME;XFCE;");
+        QTest::newRow("only on one that this is a kind of") << QByteArray("OnlyShowIn=GTK");
+        QTest::newRow("not elsewhere") << QByteArray("NotShowIn=KDE;");
+    }
+    void entryForThisDesktopIsEnabled() {
+        QFETCH(const QByteArray, line);
+        const Home home;
+        write(home.entry, "[Desktop Entry]\nType=Application\nName=Quillo\nExec=sh\n" + line + '\n');
+        QCOMPARE(home.item.status(), LoginItemStatus::enabled);
     }
 
     void entryMaskedByALinkToNothingRequiresApproval() {
