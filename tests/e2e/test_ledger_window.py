@@ -5,11 +5,17 @@ import subprocess
 import pytest
 from gi.repository import GLib
 
+from harness.display import METACITY, OPENBOX, XFWM4
 from harness.program import APPLICATION_ID, Quillo, executable
 from harness.waiting import wait_until
 from harness.windows import Windows
 
 TITLE = "Quillo — Ledger"
+
+
+@pytest.fixture
+def desktop(make_desktop, request):
+    return make_desktop(window_manager=getattr(request, "param", OPENBOX))
 
 
 @pytest.fixture
@@ -54,6 +60,12 @@ def test_menu_opens_the_ledger_with_its_title_and_size(running, windows):
     assert windows.size(window) == (960, 640)
 
 
+on_every_window_manager = pytest.mark.parametrize(
+    "desktop", [OPENBOX, XFWM4, METACITY], indirect=True, ids=lambda command: command[0]
+)
+
+
+@on_every_window_manager
 def test_ledger_behind_another_programs_window_comes_forward(desktop, running, windows):
     activate(desktop)
     window = windows.wait_for(TITLE)
@@ -63,6 +75,7 @@ def test_ledger_behind_another_programs_window_comes_forward(desktop, running, w
     assert windows.titled(TITLE) == [window]
 
 
+@on_every_window_manager
 def test_minimised_ledger_comes_back(desktop, running, windows):
     activate(desktop)
     window = windows.wait_for(TITLE)

@@ -7,7 +7,7 @@ import shutil
 import tempfile
 
 from .buses import Bus
-from .display import Display
+from .display import OPENBOX, Display
 from .keyring import Keyring, KeyringDaemon
 
 # What may be started over the session bus; everything else of the machine stays out.
@@ -25,7 +25,7 @@ class Desktop(contextlib.ExitStack):
     so the folder's path is kept short.
     """
 
-    def __init__(self, *, keyring=Keyring.UNLOCKED, services=SERVICES, size="1280x800"):
+    def __init__(self, *, keyring=Keyring.UNLOCKED, services=SERVICES, size="1280x800", window_manager=OPENBOX):
         super().__init__()
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quillo-desktop-"))
         self.callback(shutil.rmtree, self.folder, ignore_errors=True)
@@ -38,7 +38,7 @@ class Desktop(contextlib.ExitStack):
                 self.keyring = self.keep(KeyringDaemon(self.folder, self.bus, self.environment))
             if keyring is Keyring.LOCKED:
                 self.keyring.lock()
-            self.display.start_window_manager()
+            self.display.start_window_manager(window_manager)
         except BaseException:
             self.close()
             raise

@@ -7,6 +7,11 @@ import subprocess
 from .processes import Child
 from .waiting import wait_until
 
+# Window managers, by the command that starts them. They differ in what brings a window to the front.
+OPENBOX = ("openbox", "--sm-disable")
+XFWM4 = ("xfwm4", "--compositor=off", "--sm-client-disable")
+METACITY = ("metacity", "--no-composite", "--sm-disable")
+
 
 class Display:
     """Xvfb on the first free display number, and a window manager on it once `start_window_manager` was called."""
@@ -29,7 +34,7 @@ class Display:
         # them go and grabs them anew: a chord typed just then is lost. So it is typed before anybody is there.
         self._xdotool("key", "shift")
 
-    def start_window_manager(self, command=("openbox", "--sm-disable")):
+    def start_window_manager(self, command=OPENBOX):
         """Starts a window manager and waits until it is at work."""
         self._manager = Child(
             list(command), environment=self._environment, log=self._folder / f"{command[0]}.log"

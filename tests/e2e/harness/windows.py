@@ -31,8 +31,8 @@ class Windows:
         wait_until(lambda: self.is_active(window), f"window {window} in front with the focus")
 
     def is_active(self, window):
-        stacking = self._root_windows("_NET_CLIENT_LIST_STACKING")
-        return self._root_windows("_NET_ACTIVE_WINDOW") == [window] and stacking[-1] == window
+        # Some write a second number behind the window.
+        return self._root_windows("_NET_ACTIVE_WINDOW")[:1] == [window] and self._topmost() == window
 
     def wait_until_minimised(self, window):
         wait_until(lambda: "Iconic" in self._xprop("-id", window, "WM_STATE"), f"window {window} minimised")
@@ -83,6 +83,12 @@ class Windows:
     def click(self, x, y):
         """Clicks at a place of the screen."""
         self._run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    def _topmost(self):
+        """Of the tree of all windows, which begins with the topmost; not every window manager tells."""
+        tree = re.findall(r"^\s*(0x[0-9a-f]+)", self._run("xwininfo", "-root", "-tree"), re.MULTILINE)
+        managed = set(self._managed())
+        return next((str(int(number, 16)) for number in tree if str(int(number, 16)) in managed), None)
 
     def _managed(self):
         return self._root_windows("_NET_CLIENT_LIST")
