@@ -121,6 +121,17 @@ private Q_SLOTS:
         QCOMPARE(fixture->identity.count(), 2);
     }
 
+    void aTokenDoesNotGrowOldWhenSomebodySetsTheComputersClock() {
+        keepSession();
+        fixture->identity.answer(tokenTarget, Answer::http(200, tokenBody("access-1", 300)));
+        await(fixture->auth.validAccessToken());
+        for (const auto change : {24h, -48h}) {
+            fixture->clock.setWallClockForward(change);
+            await(fixture->auth.validAccessToken());
+        }
+        QCOMPARE(fixture->identity.count(), 1);
+    }
+
     void anAnswerWithoutARefreshTokenKeepsTheStoredOne() {
         keepSession();
         await(fixture->auth.validAccessToken());

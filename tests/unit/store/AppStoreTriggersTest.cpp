@@ -107,6 +107,25 @@ private Q_SLOTS:
         QVERIFY(!store.isLoading); // the interval begins anew
     }
 
+    void settingTheComputersClockNeitherHastensNorDelaysARefresh() {
+        auto& store = fixture->startRefreshed();
+        const auto menuOpens = [&] {
+            fixture->notifications.post(notification::menuDidBeginTracking);
+            return store.isLoading.get();
+        };
+        fixture->clock.setWallClockForward(24h);
+        QVERIFY(!menuOpens());
+        fixture->clock.setWallClockForward(-48h);
+        QVERIFY(!menuOpens());
+        fixture->clock.advance(299s);
+        drainEvents();
+        QVERIFY(!menuOpens());
+        fixture->clock.advance(1s);
+        QVERIFY(store.isLoading || menuOpens());
+        QVERIFY(waitUntil([&] { return !store.isLoading; }));
+        QCOMPARE(fixture->refreshes(), 2);
+    }
+
     void theHeartbeatRefreshesAtItsFirstBeatAfterTheInterval() {
         startRefreshedAfter(10s);
         auto& store = fixture->store();

@@ -24,7 +24,8 @@ public:
 QDateTime ManualClock::wallClock() const {
     using std::chrono::duration_cast;
     return QDateTime(QDate(2024, 5, 1), QTime(0, 0), Qt::UTC)
-        .addMSecs(duration_cast<std::chrono::milliseconds>(current.time_since_epoch()).count());
+        .addMSecs(duration_cast<std::chrono::milliseconds>(current.time_since_epoch()).count())
+        .addSecs(wallClockShift.count());
 }
 
 std::unique_ptr<Clock::Timer> ManualClock::startTimer(Duration interval, Repeat repeat,

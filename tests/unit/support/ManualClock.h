@@ -17,6 +17,9 @@ public:
     /// Moves on by `duration`, calling the timers that fall due on the way, each at its instant.
     void advance(Duration duration);
 
+    /// Somebody sets the computer's clock forward, or back by a negative duration.
+    void setWallClockForward(std::chrono::seconds duration) { wallClockShift += duration; }
+
     [[nodiscard]] std::size_t runningTimers() const { return timers.size(); }
 
 private:
@@ -24,6 +27,7 @@ private:
 
     std::list<ManualTimer*> timers;
     Instant current{std::chrono::hours(1)};
+    std::chrono::seconds wallClockShift{0};
 };
 
 } // namespace quillo::test
