@@ -1,7 +1,8 @@
 #include "platform/LaunchFeedback.h"
 
+#include "platform/X11.h"
+
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <tuple>
 
@@ -12,13 +13,6 @@ namespace quillo {
 namespace {
 
 using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
-
-xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<quint16>(name.size()), name.constData());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(connection, cookie, nullptr), &std::free);
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_NONE);
-}
 
 /// The message with its terminator, its value quoted as the protocol asks for.
 QByteArray removal(const QString& startupId) {
@@ -47,8 +41,8 @@ void endLaunchFeedback(const QString& startupId, const QByteArray& display) {
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 8;
     event.window = window;
-    event.type = atom(connection.get(), "_NET_STARTUP_INFO_BEGIN");
-    const auto next = atom(connection.get(), "_NET_STARTUP_INFO");
+    event.type = x11::atom(connection.get(), "_NET_STARTUP_INFO_BEGIN");
+    const auto next = x11::atom(connection.get(), "_NET_STARTUP_INFO");
     const auto message = removal(startupId);
     constexpr qsizetype pieceSize = sizeof event.data.data8;
     for (qsizetype sent = 0; sent < message.size(); sent += pieceSize) {
@@ -60,7 +54,7 @@ void endLaunchFeedback(const QString& startupId, const QByteArray& display) {
         event.type = next;
     }
     // An answer to a last question says that the server has taken everything before the connection ends.
-    std::ignore = atom(connection.get(), "_NET_STARTUP_INFO");
+    std::ignore = x11::atom(connection.get(), "_NET_STARTUP_INFO");
 }
 
 } // namespace quillo

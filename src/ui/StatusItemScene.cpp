@@ -7,6 +7,7 @@
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QToolTip>
 
 namespace quillo {
 
@@ -21,6 +22,8 @@ StatusItemScene::StatusItemScene(const QDBusConnection& connection, Notification
     QObject::connect(&item, &StatusItem::menuBeganTracking, &item,
                      [this] { notifications.post(notification::menuDidBeginTracking); });
     QObject::connect(&item, &StatusItem::menuRequested, &item, [this] { openMenu(); });
+    QObject::connect(&item, &StatusItem::toolTipRequested, &item,
+                     [](const QPoint& position, const QString& text) { QToolTip::showText(position, text); });
     QObject::connect(&item, &StatusItem::activationTokenReceived, &item, &ActivationToken::offer);
     render();
 }

@@ -1,22 +1,15 @@
 #pragma once
 
+#include "platform/X11.h"
+
 #include <Qt>
 #include <QtGlobal>
 
-#include <cstdlib>
-#include <memory>
 #include <vector>
 
 #include <xcb/xcb.h>
 
 namespace quillo::x11 {
-
-struct Free {
-    void operator()(void* reply) const noexcept { std::free(reply); }
-};
-/// A reply, event or error of xcb.
-template <typename T>
-using Owned = std::unique_ptr<T, Free>;
 
 /// What of the keyboard's mapping a key grab depends on.
 struct KeyGrabs {

@@ -42,15 +42,23 @@ qreal rowWidth(const QString& text, const QFont& font) {
     return text.isEmpty() ? symbolSize : symbolSize + gap + QFontMetricsF(font).horizontalAdvance(text);
 }
 
-/// To the painter's own pixels, so that edges are sharp.
+/// Pixels of the device for a logical one.
+qreal pixelRatio(const QPainter& painter) {
+    return painter.deviceTransform().m11();
+}
+
+/// To the device's own pixels, so that edges are sharp.
 qreal snapped(qreal value, const QPainter& painter) {
-    const qreal ratio = painter.device()->devicePixelRatioF();
+    const qreal ratio = pixelRatio(painter);
     return std::round(value * ratio) / ratio;
 }
 
 void paintSymbol(QPainter& painter, const QPointF& corner, int size, const QString& symbol,
                  const QColor& colour) {
-    const qreal ratio = painter.device()->devicePixelRatioF();
+    const qreal ratio = pixelRatio(painter);
+    if (size < 1) {
+        return; // a window that a tray has made as small as can be
+    }
     auto image = symbolImage(carriedIcon(symbol), static_cast<int>(std::lround(size * ratio)), colour);
     image.setDevicePixelRatio(ratio);
     painter.drawImage(QPointF(snapped(corner.x(), painter), snapped(corner.y(), painter)), image);

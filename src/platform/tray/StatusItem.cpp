@@ -1,6 +1,7 @@
 #include "platform/tray/StatusItem.h"
 
 #include "platform/tray/DBusMenu.h"
+#include "platform/tray/DockedItem.h"
 #include "platform/tray/HostRegistration.h"
 #include "platform/tray/IconFolder.h"
 #include "platform/tray/PaintedIcon.h"
@@ -9,6 +10,8 @@
 #include "platform/tray/StatusNotifierItem.h"
 
 #include <QGuiApplication>
+
+#include <chrono>
 
 namespace quillo {
 
@@ -19,6 +22,9 @@ namespace {
 WindowSystem currentWindowSystem() {
     return QGuiApplication::platformName() == u"xcb" ? WindowSystem::x11 : WindowSystem::other;
 }
+
+// A panel's tray for windows starts with its watcher, or a moment later.
+constexpr std::chrono::seconds longestTrayWait{3};
 
 QString withWidestDigits(QString text) {
     for (auto& character : text) {
@@ -44,15 +50,11 @@ StatusItem::StatusItem(const QDBusConnection& bus, QObject* parent)
             &StatusItem::activationTokenReceived);
     connect(registration.get(), &HostRegistration::watcherFound, this,
             [this](const QString& executable) { serve(hostTraits(executable, currentWindowSystem())); });
-    connect(registration.get(), &HostRegistration::watcherLost, this, [this] {
-        const auto before = std::exchange(way, textWayWithoutWatcher(currentWindowSystem()));
-        paint.reset();
-        render();
-        if (before != way || std::exchange(served, false)) {
-            Q_EMIT panelChanged();
-        }
-    });
+    connect(registration.get(), &HostRegistration::watcherLost, this, &StatusItem::serveNobody);
     connect(registration.get(), &HostRegistration::registered, this, &StatusItem::panelChanged);
+    trayWait.setSingleShot(true);
+    trayWait.setInterval(longestTrayWait);
+    connect(&trayWait, &QTimer::timeout, this, &StatusItem::registerAsSquare);
 }
 
 StatusItem::~StatusItem() = default;
@@ -75,27 +77,91 @@ void StatusItem::show() {
 }
 
 bool StatusItem::isOnPanel() const noexcept {
-    return registration->isRegistered();
+    return registration->isRegistered() || (docked && docked->state() == DockedItem::State::docked);
 }
 
 void StatusItem::serve(const HostTraits& traits) {
+    host = traits;
     item->setOnActivate(traits.onActivate);
     menu->setOpeningSign(traits.openingSign);
-    way = traits.textWay;
-    served = true;
-    if (way == TextWay::label) {
-        paint.reset();
+    setWay(traits.textWay, traits.look);
+    if (way == TextWay::dockedWindow) {
+        trayWait.start();
+        takePlaceInTray();
     } else {
-        usePaint(traits.look);
+        registration->registerItem();
     }
-    render();
-    registration->registerItem();
     Q_EMIT panelChanged();
 }
 
-void StatusItem::usePaint(PanelLook look) {
-    paint = std::make_unique<PanelStyle>(connection, look);
-    connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
+void StatusItem::serveNobody() {
+    const auto before = way;
+    const bool served = host.has_value();
+    host.reset();
+    setWay(textWayWithoutWatcher(currentWindowSystem()), PanelLook::ofDesktop);
+    if (way == TextWay::dockedWindow) {
+        takePlaceInTray();
+    }
+    if (served || way != before) {
+        Q_EMIT panelChanged();
+    }
+}
+
+/// Ends what another way has made, before anything of the next can be seen.
+void StatusItem::setWay(TextWay next, PanelLook look) {
+    way = next;
+    trayWait.stop();
+    if (docked) {
+        docked->disconnect(this);
+        docked.release()->deleteLater(); // it may be what calls
+    }
+    paint.reset();
+    if (way == TextWay::wideIcon || way == TextWay::square) {
+        paint = std::make_unique<PanelStyle>(connection, look);
+        connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
+    }
+    render();
+}
+
+void StatusItem::takePlaceInTray() {
+    docked = std::make_unique<DockedItem>();
+    connect(docked.get(), &DockedItem::stateChanged, this, &StatusItem::onDockingChanged);
+    connect(docked.get(), &DockedItem::pressed, this, &StatusItem::menuRequested);
+    connect(docked.get(), &DockedItem::pointerRested, this,
+            [this](const QPoint& position) { Q_EMIT toolTipRequested(position, toolTipLine(content.text)); });
+}
+
+void StatusItem::onDockingChanged() {
+    switch (docked->state()) {
+    case DockedItem::State::docking:
+        trayWait.stop();
+        paint = std::make_unique<PanelStyle>(connection, PanelLook::ofDesktop);
+        connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
+        render();
+        return;
+    case DockedItem::State::docked:
+        break;
+    case DockedItem::State::noTray:
+        paint.reset();
+        if (host) {
+            trayWait.start();
+        }
+        break;
+    case DockedItem::State::refused:
+        paint.reset();
+        if (host) {
+            registerAsSquare();
+        }
+        break;
+    }
+    Q_EMIT panelChanged();
+}
+
+/// What such a panel shows of an item when it has no place for a window.
+void StatusItem::registerAsSquare() {
+    setWay(TextWay::square, host->look);
+    registration->registerItem();
+    Q_EMIT panelChanged();
 }
 
 void StatusItem::render() {
@@ -113,6 +179,10 @@ void StatusItem::render() {
         appearance.iconPixmaps = wideIcons(face, paint->style());
         break;
     case TextWay::dockedWindow:
+        if (docked && paint) {
+            docked->setFace(face, paint->style());
+        }
+        [[fallthrough]]; // the item is on no panel
     case TextWay::label:
         appearance.iconName = symbolIconName(content.symbol);
         appearance.label = text;

@@ -7,12 +7,15 @@
 #include <QObject>
 #include <QPoint>
 #include <QString>
+#include <QTimer>
 
 #include <memory>
+#include <optional>
 
 namespace quillo {
 
 class DBusMenu;
+class DockedItem;
 class HostRegistration;
 class PanelStyle;
 class StatusNotifierItem;
@@ -33,7 +36,9 @@ struct StatusItemContent {
 };
 
 /// The program's item on the panel, with symbol, text and menu: `org.kde.StatusNotifierItem` at
-/// `/StatusNotifierItem` and `com.canonical.dbusmenu` at `/MenuBar` of the given connection.
+/// `/StatusNotifierItem` and `com.canonical.dbusmenu` at `/MenuBar` of the given connection. On X11, where
+/// nobody owns the watcher's name, and where its owner shows windows better than items, a window in the
+/// XEmbed tray; never both. A window has no menu of its own: `menuRequested` asks for it.
 ///
 /// Panels may start late, come again any number of times, or never come; nothing here waits for one, polls or
 /// blocks. Setting what is shown already sends nothing. For the thread that runs the main event loop.
@@ -70,22 +75,32 @@ Q_SIGNALS:
     /// says; some say nonsense, so that the pointer is the better place.
     void menuRequested(const QPoint& position);
 
+    /// The pointer rests at that place of the screen, where the program itself has to show a tool tip. `text`
+    /// is the same as rich text and as plain text.
+    void toolTipRequested(const QPoint& position, const QString& text);
+
     /// `isOnPanel` or `textWay` changed.
     void panelChanged();
 
 private:
     void serve(const HostTraits& traits);
-    void usePaint(PanelLook look);
+    void serveNobody();
+    void setWay(TextWay next, PanelLook look);
+    void takePlaceInTray();
+    void onDockingChanged();
+    void registerAsSquare();
     void render();
 
     QDBusConnection connection;
     std::unique_ptr<StatusNotifierItem> item;
     std::unique_ptr<DBusMenu> menu;
     std::unique_ptr<HostRegistration> registration;
-    std::unique_ptr<PanelStyle> paint; ///< only while something is painted
+    std::unique_ptr<PanelStyle> paint;  ///< only while something is painted
+    std::unique_ptr<DockedItem> docked; ///< only while a tray for windows is to be used
+    QTimer trayWait;
     StatusItemContent content;
     TextWay way;
-    bool served = false;
+    std::optional<HostTraits> host; ///< of the watcher's present owner
 };
 
 } // namespace quillo

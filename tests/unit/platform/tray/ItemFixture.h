@@ -35,14 +35,19 @@ struct ItemFixture {
     std::optional<LoopStallProbe> probe{std::in_place};
     std::chrono::milliseconds longestStall{0};
 
-    ItemFixture() {
+    /// Where this thread also plays the tray and waits for the X server's answers, however busy the machine
+    /// is, a stall is not the item's.
+    enum class Stalls { fail, mayHappen };
+    Stalls stalls;
+
+    explicit ItemFixture(Stalls allowed = Stalls::fail) : stalls(allowed) {
         item.setContent(owed(u"$12.50"_s));
         item.setMenu({{.kind = MenuEntry::Kind::button, .key = u"quit"_s, .text = u"Quit"_s}});
     }
 
     ~ItemFixture() {
         const auto stall = std::max(longestStall, probe->longestStall());
-        if (stall > LoopStallProbe::budget) {
+        if (stalls == Stalls::fail && stall > LoopStallProbe::budget) {
             qCritical("the event loop stood still for %lld ms", static_cast<long long>(stall.count()));
             QTest::qFail("the event loop was blocked", __FILE__, __LINE__);
         }

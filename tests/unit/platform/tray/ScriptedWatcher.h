@@ -13,6 +13,7 @@ class ScriptedWatcher final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
     Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
+    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
     Q_PROPERTY(int ProtocolVersion READ protocolVersion)
 public:
     enum class Answer { atOnce, withError, whenTold };

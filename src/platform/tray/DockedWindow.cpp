@@ -1,0 +1,101 @@
+#include "platform/tray/DockedWindow.h"
+
+#include <QCursor>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+
+#include <algorithm>
+#include <chrono>
+
+namespace quillo {
+
+namespace {
+constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait before a tool tip
+} // namespace
+
+DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
+    : background(kind), clearToParent(std::move(clear)) {
+    setTitle(QStringLiteral("Quillo"));
+    setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
+    if (background == Background::transparent) {
+        constexpr int bits = 8;
+        auto wanted = format();
+        wanted.setAlphaBufferSize(bits);
+        setFormat(wanted);
+    }
+    rest.setSingleShot(true);
+    rest.setInterval(restTime);
+    connect(&rest, &QTimer::timeout, this, [this] { Q_EMIT pointerRested(QCursor::pos()); });
+}
+
+void DockedWindow::setFace(const PaintedFace& nextFace, const PaintStyle& nextStyle) {
+    if (nextFace == face && nextStyle == style) {
+        return;
+    }
+    face = nextFace;
+    style = nextStyle;
+    const auto natural = wideSize(face, style.font);
+    if (natural != baseSize()) {
+        // Trays go by the one hint or the other, or by the window's size.
+        setBaseSize(natural);
+        setMinimumSize(natural);
+        resize(natural);
+    }
+    update();
+}
+
+bool DockedWindow::event(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::Enter:
+        rest.start();
+        break;
+    case QEvent::Leave:
+        rest.stop();
+        break;
+    default:
+        break;
+    }
+    return QRasterWindow::event(event);
+}
+
+void DockedWindow::mousePressEvent(QMouseEvent* event) {
+    rest.stop();
+    Q_EMIT pressed(event->globalPosition().toPoint());
+}
+
+void DockedWindow::resizeEvent(QResizeEvent* event) {
+    behind = {};
+    QRasterWindow::resizeEvent(event);
+}
+
+void DockedWindow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    paintBackground(painter);
+    const QRectF area({0, 0}, size());
+    const auto natural = wideSize(face, style.font);
+    // Trays of smaller icons make the window smaller in its own shape.
+    const qreal scale = std::min(1.0, area.height() / natural.height());
+    if (natural.width() * scale > area.width() + 1) {
+        paintSquare(painter, area, face, style);
+        return;
+    }
+    painter.scale(scale, scale);
+    paintWide(painter, QRectF({0, 0}, area.size() / scale), face, style);
+}
+
+void DockedWindow::paintBackground(QPainter& painter) {
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    if (background == Background::transparent) {
+        painter.fillRect(QRect({0, 0}, size()), Qt::transparent);
+    } else {
+        if (behind.isNull()) {
+            clearToParent();
+            behind = screen()->grabWindow(winId());
+        }
+        painter.drawPixmap(0, 0, behind);
+    }
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+}
+
+} // namespace quillo

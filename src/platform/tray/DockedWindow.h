@@ -1,0 +1,52 @@
+#pragma once
+
+#include "platform/tray/PaintedIcon.h"
+
+#include <QPoint>
+#include <QRasterWindow>
+#include <QTimer>
+
+#include <functional>
+
+namespace quillo {
+
+/// The window that a tray takes in: symbol and text in one row, as wide as they are; where the tray gives it
+/// less room, what a square has room for.
+class DockedWindow final : public QRasterWindow {
+    Q_OBJECT
+public:
+    enum class Background {
+        transparent, ///< by an alpha channel
+        copied,      ///< `clearToParent` fills the window with what is behind it, of which a picture is taken
+    };
+
+    DockedWindow(Background background, std::function<void()> clearToParent);
+
+    /// Shows it and asks for the room that it takes.
+    void setFace(const PaintedFace& face, const PaintStyle& style);
+
+Q_SIGNALS:
+    /// In the screen's coordinates; the window's own position means nothing within a tray.
+    void pressed(const QPoint& position);
+
+    /// The pointer has rested on the window for a while.
+    void pointerRested(const QPoint& position);
+
+protected:
+    bool event(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void paintBackground(QPainter& painter);
+
+    Background background;
+    std::function<void()> clearToParent;
+    QPixmap behind;
+    PaintedFace face;
+    PaintStyle style;
+    QTimer rest;
+};
+
+} // namespace quillo

@@ -1,0 +1,118 @@
+"""A real panel whose tray takes windows and items but shows no labels: xfce4-panel with the systray plugin."""
+
+import re
+import subprocess
+from dataclasses import dataclass
+
+from gi.repository import GLib
+
+from .display import required_program
+from .processes import Child
+from .waiting import wait_until
+from .watcher import NAME, PATH
+
+_CHANNEL = """<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="dark-mode" type="bool" value="{dark}"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="size" type="uint" value="32"/>
+      <property name="icon-size" type="uint" value="0"/>
+      <property name="plugin-ids" type="array">
+        <value type="int" value="1"/>
+        <value type="int" value="2"/>
+      </property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="separator">
+      <property name="expand" type="bool" value="true"/>
+      <property name="style" type="uint" value="0"/>
+    </property>
+    <property name="plugin-2" type="string" value="systray">
+      <property name="square-icons" type="bool" value="{square}"/>
+    </property>
+  </property>
+</channel>
+"""
+
+
+@dataclass(frozen=True)
+class TrayWindow:
+    """A window that stands in the tray, with its place on the screen in pixels."""
+
+    identifier: str
+    width: int
+    height: int
+    x: int
+    y: int
+
+
+class TrayPanel:
+    """A panel along the top of the display with its tray at the right end."""
+
+    def __init__(self, desktop, *, dark=False, square=False):
+        self._desktop = desktop
+        self._child = None
+        channel = desktop.config_home / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
+        channel.parent.mkdir(parents=True, exist_ok=True)
+        channel.write_text(_CHANNEL.format(dark=str(dark).lower(), square=str(square).lower()))
+        desktop.callback(self.stop)
+
+    def start(self, **environment):
+        """Starts the panel; returns when its tray takes items. Arguments override variables of the session."""
+        command = [required_program("xfce4-panel"), "--disable-wm-check"]
+        log = self._desktop.folder / "xfce4-panel.log"
+        self._child = Child(command, environment={**self._desktop.environment, **environment}, log=log)
+        self._desktop.bus.wait_for_owner("org.kde.StatusNotifierWatcher")
+
+    def windows(self):
+        """Quillo's windows within other programs' windows."""
+        tree = self._run("xwininfo", "-root", "-tree").decode()
+        pattern = re.compile(r'^( +)(0x[0-9a-f]+) "Quillo": .*?(\d+)x(\d+)\S+ +\+(-?\d+)\+(-?\d+)$', re.MULTILINE)
+        depth_of_top_windows = 5
+        return [
+            TrayWindow(identifier, int(width), int(height), int(x), int(y))
+            for indent, identifier, width, height, x, y in pattern.findall(tree)
+            if len(indent) > depth_of_top_windows
+        ]
+
+    def wait_for_window(self, condition):
+        """The one window in the tray, once it fits the condition."""
+        found = wait_until(
+            lambda: [window for window in self.windows() if condition(window)],
+            lambda: f"a fitting window in the tray, where there is {self.windows()}",
+        )
+        assert len(self.windows()) == 1
+        return found[0]
+
+    def items(self):
+        """The status items that the panel has been given."""
+        read = GLib.Variant("(ss)", (NAME, "RegisteredStatusNotifierItems"))
+        (items,) = self._desktop.bus.call(NAME, PATH, "org.freedesktop.DBus.Properties", "Get", read)
+        return items
+
+    def tones(self, window):
+        """How bright the window's background, its brightest and its darkest pixel are, of 255."""
+        picture = ["import", "-display", self._desktop.display.name, "-window", "root"]
+        picture += ["-crop", f"{window.width}x{window.height}+{window.x}+{window.y}", "+repage"]
+        grey = self._run(*picture, "-depth", "8", "-colorspace", "Gray", "gray:-")
+        return grey[0], max(grey), min(grey)
+
+    def _run(self, *command):
+        return subprocess.run(
+            command, env=self._desktop.environment, capture_output=True, check=True, timeout=30
+        ).stdout
+
+    def stop(self):
+        if self._child:
+            self._child.stop()
+
+    def crash(self):
+        """Ends the panel without letting it say goodbye."""
+        self._child.kill()
