@@ -11,7 +11,7 @@ from .display import required_program
 from .processes import Child
 from .waiting import wait_until
 
-_CONFIGURATION = "xwayland disable\n"
+_CONFIGURATION = "xwayland disable\noutput HEADLESS-1 mode 1280x800 scale {scale}\n"
 _NOBODY = "65534"
 
 
@@ -21,11 +21,11 @@ class Sway:
     It refuses to run as root, so there it runs as nobody.
     """
 
-    def __init__(self, desktop):
+    def __init__(self, desktop, *, scale=1):
         self._folder = pathlib.Path(tempfile.mkdtemp(prefix="quillo-sway-"))
         desktop.callback(shutil.rmtree, self._folder, ignore_errors=True)
         configuration = self._folder / "config"
-        configuration.write_text(_CONFIGURATION, encoding="utf-8")
+        configuration.write_text(_CONFIGURATION.format(scale=scale), encoding="utf-8")
         self._socket = self._folder / "ipc"
         own = {
             "PATH": desktop.environment["PATH"],
@@ -52,6 +52,12 @@ class Sway:
         path = wait_until(display, lambda: f"a Wayland display:\n{self._compositor.output()}")
         self.environment = {"WAYLAND_DISPLAY": str(path), "QT_QPA_PLATFORM": "wayland"}
         wait_until(lambda: self._ask("get_version"), lambda: f"sway's answers:\n{self._compositor.output()}")
+
+    def screenshot(self, path, area):
+        """Writes a part of the screen, "X,Y WIDTHxHEIGHT" in logical pixels, to a PNG file."""
+        environment = {**os.environ, **self.environment}
+        command = [required_program("grim"), "-g", area, str(path)]
+        subprocess.run(command, env=environment, check=True, timeout=30)
 
     def windows(self):
         """The windows that are there, as {title: (application id, whether it has the focus)}."""
