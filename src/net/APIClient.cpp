@@ -1,8 +1,12 @@
 #include "net/APIClient.h"
 
+#include "core/Awaiters.h"
 #include "model/Decoding.h"
+#include "platform/WorkQueue.h"
 
+#include <exception>
 #include <utility>
+#include <variant>
 
 namespace quillo {
 
@@ -26,6 +30,53 @@ Task<QByteArray> bodyOf(HTTPSession& session, HTTPRequest request) {
     co_return std::move(response.body);
 }
 
+/// From this many bytes on a body is decoded on a thread of its own: a megabyte takes some two milliseconds,
+/// and the largest body that is accepted would hold up the event loop for longer than it may be.
+constexpr qsizetype decodedAside = qsizetype{1} << 20;
+
+template <typename T>
+using Decoded = std::variant<std::exception_ptr, T>;
+
+/// Fires `ended` when `outcome` is there, unless the worker goes before.
+template <typename T>
+void decodeOn(WorkQueue& worker, QByteArray body, T (*decode)(QByteArray),
+              const std::shared_ptr<Decoded<T>>& outcome, OneShotEvent& ended) {
+    worker.post([body = std::move(body), decode, outcome, &ended]() mutable -> WorkQueue::Completion {
+        try {
+            *outcome = decode(std::move(body));
+        } catch (...) {
+            *outcome = std::current_exception(); // whatever it is, it is for who waits
+        }
+        return [&ended] { ended.fire(); };
+    });
+}
+
+template <typename T>
+Task<T> decodedHere(QByteArray body, T (*decode)(QByteArray)) {
+    // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
+    co_return decode(std::move(body)); // NOLINT(clang-analyzer-cplusplus.Move)
+}
+
+template <typename T>
+Task<T> decodedThere(QByteArray body, T (*decode)(QByteArray)) {
+    const auto outcome = std::make_shared<Decoded<T>>();
+    OneShotEvent ended;
+    WorkQueue worker; // goes before the event, which it must not touch any more when the task is dropped
+    decodeOn(worker, std::move(body), decode, outcome, ended);
+    co_await ended;
+    if (const auto* error = std::get_if<std::exception_ptr>(outcome.get())) {
+        std::rethrow_exception(*error);
+    }
+    co_return std::get<T>(std::move(*outcome));
+}
+
+/// What `decode` makes of the body, or throws, without holding up the event loop.
+template <typename T>
+Task<T> decoded(QByteArray body, T (*decode)(QByteArray)) {
+    const bool isLarge = body.size() >= decodedAside;
+    return isLarge ? decodedThere(std::move(body), decode) : decodedHere(std::move(body), decode);
+}
+
 } // namespace
 
 APIClient& APIClient::shared() {
@@ -42,7 +93,8 @@ Task<Timeline> APIClient::timeline(QString backend, APIAuth auth, bool verifyTLS
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/timeline"_s, auth, verifyTLS);
     QByteArray body = co_await bodyOf(*session, std::move(get));
     try {
-        co_return decodeTimeline(std::move(body));
+        Timeline ledger = co_await decoded(std::move(body), decodeTimeline);
+        co_return ledger;
     } catch (const DecodingError& error) {
         throw APIError::decode(error.errorDescription());
     }
@@ -61,20 +113,22 @@ Task<void> APIClient::refreshFromBank(QString backend, APIAuth auth, bool verify
 Task<StatusResponse> APIClient::status(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/status"_s, auth, verifyTLS);
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    co_return decodeStatusResponse(std::move(body));
+    StatusResponse links = co_await decoded(std::move(body), decodeStatusResponse);
+    co_return links;
 }
 
 Task<std::vector<SnapshotSummary>> APIClient::snapshots(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshots"_s, auth, verifyTLS);
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    SnapshotListResponse list = decodeSnapshotListResponse(std::move(body));
+    SnapshotListResponse list = co_await decoded(std::move(body), decodeSnapshotListResponse);
     co_return std::move(list.snapshots);
 }
 
 Task<Timeline> APIClient::snapshot(QString backend, QString date, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshot/"_s + date, auth, verifyTLS);
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    co_return decodeTimeline(std::move(body));
+    Timeline ledger = co_await decoded(std::move(body), decodeTimeline);
+    co_return ledger;
 }
 
 HTTPRequest APIClient::request(HTTPMethod method, const QString& address, const APIAuth& auth,

@@ -28,7 +28,8 @@ namespace quillo {
 /// 3. `APIError::unauthorized` for status 401, `APIError::http` for any other that is not 200 to 299.
 /// 4. `DecodingError`: the body is not what it should be. `timeline` throws it as `APIError::decode`.
 ///
-/// Nothing is retried. Dropping a task ends its request. The client may go while its requests run.
+/// Nothing is retried. A large body is decoded on another thread. Dropping a task ends its request. The
+/// client may go while its requests run.
 class APIClient {
 public:
     /// How long nothing may arrive; see `HTTPRequest::idleTimeout`.

@@ -2,6 +2,7 @@
 
 #include "model/DecodingError.h"
 #include "net/Sending.h"
+#include "support/LoopStallProbe.h"
 #include "support/ScriptedServer.h"
 #include "support/TestCertificates.h"
 #include "support/Wait.h"
@@ -21,6 +22,32 @@ constexpr char ledger[] = R"({"total_owed": 1, "pending_holds": 2, "total_with_p
     "available": 5, "as_of": "2024-05-01T08:00:00Z", "transactions": []})";
 constexpr char ledgerWithoutAsOf[] = R"({"total_owed": 1, "pending_holds": 2, "total_with_pending": 3,
     "credit_limit": 4, "available": 5, "transactions": []})";
+
+/// Long enough to be decoded on another thread.
+constexpr int largeLedgerLines = 100'000;
+
+QByteArray largeLedger() {
+    const QByteArray line =
+        R"({"date": "2024-05-01", "amount": 1.5, "running_balance": 2.5, "merchant": "Corner"})";
+    QByteArray lines = line;
+    for (int number = 1; number < largeLedgerLines; ++number) {
+        lines += ',' + line;
+    }
+    return QByteArray(ledger).replace("[]", '[' + lines + ']');
+}
+
+/// Sent bit by bit, so that the server, which shares this thread, does not hold up the loop itself.
+Answer inPieces(const QByteArray& body) {
+    static constexpr qsizetype pieceSize = 65536;
+    Answer answer = Answer::http(200, body);
+    answer.more = [all = answer.bytes, sent = qsizetype{1}]() mutable {
+        const QByteArray piece = all.sliced(sent, std::min(pieceSize, all.size() - sent));
+        sent += piece.size();
+        return piece;
+    };
+    answer.bytes.truncate(1);
+    return answer;
+}
 
 /// What an operation's caller learns: nothing when it succeeded, else the type and the text of its error.
 struct Outcome {
@@ -118,6 +145,9 @@ private Q_SLOTS:
     void aChunkedLedgerCutShortIsNeverTaken();
     void otherOperationsThrowTheReadersOwnError();
     void timelineIsDecoded();
+    void aLargeLedgerIsDecodedWithoutHoldingUpTheLoop();
+    void aFaultInALargeLedgerIsNamedAsInASmallOne();
+    void aLargeLedgerMayBeDroppedWhileItIsDecoded();
     void statusIsDecoded();
     void snapshotsKeepTheBackendsOrder();
     void getAndPostHaveTheirOwnTimeouts();
@@ -397,6 +427,37 @@ void APIClientTest::timelineIsDecoded() {
     QCOMPARE(timeline.totalWithPending, 3.0);
     QCOMPARE(timeline.asOf, u"2024-05-01T08:00:00Z"_s);
     QVERIFY(!timeline.fetchedAt);
+}
+
+void APIClientTest::aLargeLedgerIsDecodedWithoutHoldingUpTheLoop() {
+    ScriptedServer server(inPieces(largeLedger()));
+    LoopStallProbe probe;
+    const Timeline timeline = await(client.timeline(server.origin(), key, true));
+    const auto stall = probe.longestStall();
+    QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
+    QCOMPARE(*timeline.transactions.back().merchant, u"Corner"_s);
+    QVERIFY2(stall < LoopStallProbe::budget, qPrintable(QString::number(stall.count()) + u" ms"_s));
+}
+
+void APIClientTest::aFaultInALargeLedgerIsNamedAsInASmallOne() {
+    ScriptedServer server(inPieces(largeLedger().replace(R"("as_of")", R"("as_off")")));
+    ScriptedServer small(Answer::http(200, ledgerWithoutAsOf));
+    const auto expected = outcomeOf(client.timeline(small.origin(), key, true));
+    QCOMPARE(expected.kind, Outcome::Kind::api);
+    QCOMPARE(outcomeOf(client.timeline(server.origin(), key, true)), expected);
+}
+
+void APIClientTest::aLargeLedgerMayBeDroppedWhileItIsDecoded() {
+    ScriptedServer server(inPieces(largeLedger()));
+    auto task = client.timeline(server.origin(), key, true);
+    QVERIFY(waitUntil([&server] { return server.openConnections() == 1; }));
+    // The connection closes with the response's end, and then the body is being decoded.
+    QVERIFY(waitUntil([&] { return server.openConnections() == 0; }));
+    task.cancel();
+    QVERIFY(!task);
+    drainEvents();
+    const Timeline timeline = await(client.timeline(server.origin(), key, true));
+    QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
 }
 
 void APIClientTest::statusIsDecoded() {
