@@ -34,6 +34,6 @@ testPackages=(
     chromium chromium-driver mate-panel xfce4-session
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
-    xfwm4 metacity sway waybar grim qt6-wayland
+    xfwm4 metacity sway waybar grim lxqt-panel qt6-wayland
     man-db x11-utils x11-xkb-utils x11-xserver-utils xinput
 )

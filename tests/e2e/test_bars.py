@@ -1,4 +1,4 @@
-"""The item as a picture in the bar of a Wayland session. What a person sees is kept in the artefacts."""
+"""The item as a picture in real panels. What a person sees is kept in the artefacts."""
 
 import subprocess
 
@@ -6,6 +6,8 @@ import pytest
 from gi.repository import Gio, GLib
 
 from harness.buses import call
+from harness.lxqt_panel import LxqtPanel
+from harness.popup import Popup
 from harness.sway import Sway
 from harness.waiting import wait_until
 from harness.watcher import NAME, PATH, StatusItem
@@ -34,13 +36,13 @@ def items(desktop):
     return [(name, "/" + path) for name, _, path in (item.partition("/") for item in found)]
 
 
-def prefer_light_colours(desktop):
-    """Has the desktop's settings portal say that the user prefers them."""
+def prefer(desktop, look):
+    """Has the desktop's settings portal say that the user prefers light or dark colours."""
     connection = desktop.bus.connect()
 
     def on_call(_connection, _sender, _path, _interface, _method, _arguments, invocation):
-        light = GLib.Variant("v", GLib.Variant("u", 2))
-        invocation.return_value(GLib.Variant("(v)", (light,)))
+        value = GLib.Variant("v", GLib.Variant("u", {"dark": 1, "light": 2}[look]))
+        invocation.return_value(GLib.Variant("(v)", (value,)))
 
     interface = Gio.DBusNodeInfo.new_for_xml(SETTINGS).interfaces[0]
     connection.register_object(PORTAL_PATH, interface, on_call, None, None)
@@ -83,7 +85,7 @@ def test_amount_is_painted_beside_the_symbol(quillo, desktop, sandbox, artefacts
 
 def test_amount_is_dark_for_a_user_who_prefers_light_colours(quillo, desktop, sandbox, artefacts):
     sandbox.scenario(totalOwed=1234.567, pending="none")
-    portal = prefer_light_colours(desktop)
+    portal = prefer(desktop, "light")
     sway = Sway(desktop)
     Waybar(desktop, sway, look="light").start()
     quillo.start(**sway.environment)
@@ -95,4 +97,29 @@ def test_amount_is_dark_for_a_user_who_prefers_light_colours(quillo, desktop, sa
         return background > 150 and background - darkest > 100
 
     wait_until(is_dark_on_light, "the amount in the bar, dark on light")
+    portal.close_sync(None)
+
+
+@pytest.mark.parametrize("look", ["light", "dark"])
+def test_square_shows_the_amount_short_and_a_click_opens_the_menu(quillo, desktop, sandbox, artefacts, look):
+    sandbox.scenario(totalOwed=1234.567, pending="none")
+    portal = prefer(desktop, look)
+    LxqtPanel(desktop, look=look).start()
+    quillo.start()
+    item = StatusItem(desktop.bus.connection, *wait_until(lambda: items(desktop), "an item in the panel")[0])
+    wait_until(lambda: item.read("Title") == "$1,234.57", "the amount in the title")
+    assert {width == height for width, height, _ in item.read("IconPixmap")} == {True}
+    assert item.read("XAyatanaLabel") == "" and item.read("IconName") == ""
+    assert len(items(desktop)) == 1
+    picture = artefacts / "panel.png"
+
+    def stands_out():
+        desktop.display.screenshot(picture, crop="60x26+1216+3")
+        background, brightest, darkest = tones(picture)
+        return brightest - background > 100 if look == "dark" else background - darkest > 100
+
+    wait_until(stands_out, f"the amount in the {look} panel")
+    menu = Popup(desktop).open(from_right=14)
+    assert menu.width > 200 and menu.height > 200
+    desktop.display.screenshot(artefacts / "menu.png")
     portal.close_sync(None)

@@ -30,10 +30,13 @@ class Popup:
     def __init__(self, desktop):
         self._desktop = desktop
 
-    def open(self, *, button=1):
-        """Clicks the item at the right end of the panel and waits for its menu; returns where that is."""
+    def open(self, *, button=1, from_right=40):
+        """Clicks the item at the right end of the panel and waits for its menu; returns where that is.
+
+        `from_right` is how far from the edge of the screen the item is hit.
+        """
         wait_until(self._item_is_there, "an item at the right end of the panel")
-        self._xdotool("mousemove", str(SCREEN_WIDTH - 40), str(PANEL_HEIGHT // 2))
+        self._xdotool("mousemove", str(SCREEN_WIDTH - from_right), str(PANEL_HEIGHT // 2))
         self._xdotool("click", str(button))
         return self.wait_for(lambda box: box is not None, "an open menu")
 
