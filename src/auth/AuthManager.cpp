@@ -54,6 +54,10 @@ AuthManager::AuthManager(Clock& time, SecretStore& secretStore, HTTPSession& htt
 AuthManager::~AuthManager() = default;
 
 Task<> AuthManager::restore() {
+    if (hasSignedOut) {
+        forgetSecrets();
+        co_return;
+    }
     const auto number = sessionNumber;
     const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
     const auto email = co_await secrets.get(session::emailAccount);
@@ -111,6 +115,7 @@ Task<> AuthManager::exchange(Form form) {
     if (number != sessionNumber) {
         co_return; // the user has signed out meanwhile; these tokens belong to nobody
     }
+    hasSignedOut = false;
     accessToken = tokens.accessToken;
     accessTokenExpiry = clock.now() + lifetime(tokens.expiresIn);
     if (tokens.refreshToken) {
@@ -120,13 +125,18 @@ Task<> AuthManager::exchange(Form form) {
 
 void AuthManager::signOut() {
     ++sessionNumber;
+    hasSignedOut = true;
     flow.cancelAll();
     listener.reset();
-    secrets.enqueueDelete(session::refreshTokenAccount);
-    secrets.enqueueDelete(session::emailAccount);
+    forgetSecrets();
     accessToken.reset();
     accessTokenExpiry = Clock::distantPast;
     state = AuthState::signedOut();
+}
+
+void AuthManager::forgetSecrets() {
+    secrets.enqueueDelete(session::refreshTokenAccount);
+    secrets.enqueueDelete(session::emailAccount);
 }
 
 } // namespace quillo

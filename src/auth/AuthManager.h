@@ -44,6 +44,9 @@ public:
 
     /// Takes up a session that the secret store holds: `signedIn` when it has a refresh token. A store that
     /// cannot be read leaves the state alone. Makes no request.
+    ///
+    /// After a sign-out nothing is taken up: what the store still holds, because it was locked then, is
+    /// deleted instead.
     [[nodiscard]] Task<> restore();
 
     /// An access token that is good for more than 30 seconds, renewed if need be.
@@ -72,6 +75,7 @@ private:
     /// read.
     [[nodiscard]] Task<> signInFlow(AuthState former);
     [[nodiscard]] Task<> runAuthorizationFlow();
+    void forgetSecrets();
 
     Clock& clock;
     SecretStore& secrets;
@@ -83,6 +87,7 @@ private:
     Clock::Instant accessTokenExpiry = Clock::distantPast;
     /// Counts sessions, so that what a request brings after the sign-out is not taken for the next session's.
     int sessionNumber = 0;
+    bool hasSignedOut = false; ///< and not in again since
     std::unique_ptr<LoopbackListener> listener;
     TaskScope flow; // last, so that the sign-in ends before what it uses
 };

@@ -51,18 +51,26 @@ void AuthManager::signIn() {
     lastAuthError = std::nullopt;
     auto former = state.get();
     state = AuthState::signingIn();
-    flow.spawn(signInFlow(std::move(former)));
+    flow.spawnLater([this, former = std::move(former)] { return signInFlow(former); });
 }
 
 Task<> AuthManager::signInFlow(AuthState former) {
+    // A sign-out cancels the flow, but what had already ended its wait then may go on once more.
+    const auto number = sessionNumber;
     try {
         co_await runAuthorizationFlow();
         co_return;
     } catch (const std::exception& error) {
+        if (number != sessionNumber) {
+            co_return;
+        }
         lastAuthError = errorDescription(error);
     }
     const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
     const auto email = co_await secrets.get(session::emailAccount);
+    if (number != sessionNumber) {
+        co_return;
+    }
     if (refreshToken.isUnavailable()) {
         state = std::move(former);
         co_return;
@@ -72,6 +80,7 @@ Task<> AuthManager::signInFlow(AuthState former) {
 }
 
 Task<> AuthManager::runAuthorizationFlow() {
+    const auto number = sessionNumber;
     const auto proofKey = ProofKey::generate();
     const auto expectedState = randomText(24);
     std::unique_ptr<LoopbackListener> opened;
@@ -90,6 +99,9 @@ Task<> AuthManager::runAuthorizationFlow() {
     const auto redirectUri = QStringLiteral("http://127.0.0.1:%1/callback").arg(port);
     workspace.open(authorizationUrl(identityOrigin, redirectUri, proofKey.challenge, expectedState));
     const auto callback = co_await listener->waitForCallback();
+    if (number != sessionNumber) {
+        co_return;
+    }
     if (callback.state != expectedState) {
         throw AuthError::stateMismatch();
     }
@@ -99,6 +111,9 @@ Task<> AuthManager::runAuthorizationFlow() {
               {"client_id", session::clientId},
               {"code_verifier", proofKey.verifier}};
     co_await exchange(std::move(form));
+    if (number != sessionNumber) {
+        co_return;
+    }
     const auto email = emailClaim(*accessToken).value_or(session::unnamedUser);
     secrets.enqueueSet(session::emailAccount, email);
     state = AuthState::signedIn(email);

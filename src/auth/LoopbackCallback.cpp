@@ -1,5 +1,7 @@
 #include "auth/LoopbackCallback.h"
 
+#include "model/Utf8.h"
+
 #include <QUrl>
 
 namespace quillo {
@@ -12,7 +14,7 @@ std::optional<QString> decoded(QStringView component) {
     if (!bytes.isValidUtf8()) {
         return std::nullopt;
     }
-    return QString::fromUtf8(bytes);
+    return stringFromUtf8(bytes);
 }
 
 /// The value of the first item of that name; absent when that item has no "=".

@@ -41,8 +41,11 @@ public:
     explicit Server(QPromise<Result> outcome) : promise(std::move(outcome)) {
         promise.start();
         connect(&server, &QTcpServer::newConnection, this, [this] { acceptAll(); });
-        connect(&server, &QTcpServer::acceptError, this,
-                [this](QAbstractSocket::SocketError) { resolve(LocalizedError(server.errorString())); });
+        connect(&server, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError) {
+            LocalizedError problem(server.errorString());
+            server.close(); // what cannot be accepted now is not waited for
+            resolve(std::move(problem));
+        });
     }
 
     [[nodiscard]] bool listen(quint16 port) { return server.listen(QHostAddress::LocalHost, port); }
@@ -111,23 +114,23 @@ private:
     }
 
     void resolve(Result result) {
-        if (decided.fire()) {
-            promise.addResult(std::move(result));
-            promise.finish();
+        if (!decided.fire()) {
+            return;
         }
-        if (server.isListening()) {
-            while (server.waitForNewConnection(0)) {
-                acceptAll(); // the system has accepted these before the decision
-            }
-            server.close();
-            QTimer::singleShot(lingerTime, this, [this] {
-                for (const auto& connection : silent) {
-                    if (connection) {
-                        connection->abort();
-                    }
+        promise.addResult(std::move(result));
+        promise.finish();
+        while (server.waitForNewConnection(0)) {
+            acceptAll(); // the system has accepted these before the decision
+        }
+        server.close();
+        QTimer::singleShot(lingerTime, this, [this] {
+            for (const auto& connection : silent) {
+                if (connection) {
+                    connection->abort();
                 }
-            });
-        }
+            }
+            thread()->quit(); // There is nothing left to do, and a thread costs memory.
+        });
     }
 
     QTcpServer server{this};

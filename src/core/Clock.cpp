@@ -11,7 +11,9 @@ namespace {
 class SystemTimer final : public Clock::Timer {
 public:
     SystemTimer(Clock::Duration interval, Clock::Repeat repeat, std::function<void()> action) {
-        timer.setTimerType(interval >= std::chrono::seconds(1) ? Qt::CoarseTimer : Qt::PreciseTimer);
+        // Qt rounds coarse timers of 20 seconds or more to whole seconds, up or down.
+        const bool mayBeCoarse = repeat == Clock::Repeat::forever && interval >= std::chrono::seconds(1);
+        timer.setTimerType(mayBeCoarse ? Qt::CoarseTimer : Qt::PreciseTimer);
         timer.setSingleShot(repeat == Clock::Repeat::once);
         QObject::connect(&timer, &QTimer::timeout, &timer, std::move(action));
         timer.start(std::chrono::ceil<std::chrono::milliseconds>(interval));

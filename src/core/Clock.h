@@ -54,8 +54,9 @@ public:
                                                             std::function<void()> action) = 0;
 };
 
-/// The machine's clock. Timers of a second or more may fire up to 5 % late, so that the system can wake once
-/// for several programs.
+/// The machine's clock. Timers that go on and on, of a second or more, may fire up to 5 % or half a second
+/// early or late, so that the system can wake once for several programs; those that fire once are never
+/// early.
 class SystemClock final : public Clock {
 public:
     [[nodiscard]] Instant now() const override;

@@ -32,7 +32,8 @@ public:
     /// value still holds.
     void spawnLater(std::function<Task<void>()> operation);
 
-    /// Cancels every task that still runs, as the destructor does.
+    /// Cancels every task that still runs, as the destructor does. When a task is the caller, the others end
+    /// on the next turn of the loop as well: one whose wait is over by then goes on until its next wait.
     void cancelAll();
 
     /// Tasks that have not ended.

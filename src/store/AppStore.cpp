@@ -42,7 +42,9 @@ AppStore::AppStore(const AppServices& surroundings)
                                               }));
     observations.push_back(services.secrets.becameAvailable.observe([this] {
         if (credentialsKnown) {
-            start(takeUpCredentials());
+            start(takeUpCredentialsLate());
+        } else {
+            becameAvailableMeanwhile = true;
         }
     }));
     applyHotKey();
@@ -81,17 +83,28 @@ void AppStore::observeTriggers() {
 Task<> AppStore::startUp() {
     // The user may be asked for their password here, and may leave that unanswered for hours.
     co_await services.secrets.unlock();
-    co_await takeUpCredentials();
-}
-
-Task<> AppStore::takeUpCredentials() {
-    co_await settings.loadSecrets();
-    co_await auth.restore();
+    becameAvailableMeanwhile = false;
+    co_await readCredentials();
+    if (becameAvailableMeanwhile) {
+        co_await readCredentials(); // the first of the readings may have failed
+    }
     credentialsKnown = true;
     // A session that was taken up has become "signed in", and that has started the first refresh already.
     if (!auth.isSignedIn()) {
         co_await refresh();
     }
+}
+
+Task<> AppStore::takeUpCredentialsLate() {
+    co_await readCredentials();
+    if (!auth.isSignedIn()) {
+        co_await tick();
+    }
+}
+
+Task<> AppStore::readCredentials() {
+    co_await settings.loadSecrets();
+    co_await auth.restore();
 }
 
 bool AppStore::isRefreshDue() const {
@@ -105,7 +118,9 @@ bool AppStore::isRefreshDue() const {
 }
 
 Task<> AppStore::tick() {
-    if (credentialsKnown && isRefreshDue()) {
+    // Until the secret store has answered, only what the user has given in this run can be used.
+    const bool hasCredentials = credentialsKnown || auth.isSignedIn() || !settings.apiKey->isEmpty();
+    if (hasCredentials && isRefreshDue()) {
         co_await refresh();
     }
 }

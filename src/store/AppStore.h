@@ -121,7 +121,8 @@ public:
 
 private:
     [[nodiscard]] Task<> startUp();
-    [[nodiscard]] Task<> takeUpCredentials();
+    [[nodiscard]] Task<> takeUpCredentialsLate();
+    [[nodiscard]] Task<> readCredentials();
     [[nodiscard]] Task<> tick();
     [[nodiscard]] bool isRefreshDue() const;
     [[nodiscard]] Task<std::optional<APIAuth>> currentAuth();
@@ -135,9 +136,11 @@ private:
     std::optional<Clock::Instant> lastRefreshAt;
     std::unique_ptr<Clock::Timer> heartbeat;
     std::vector<Observation> observations;
-    /// False until the secret store has been asked at start; until then no trigger refreshes.
+    /// False until the secret store has been asked at start; until then no trigger refreshes with nothing but
+    /// what the store may hold.
     bool credentialsKnown = false;
-    TaskScope tasks; // last, so that no task outlives what it uses
+    bool becameAvailableMeanwhile = false; ///< the secret store, before the credentials were known
+    TaskScope tasks;                       // last, so that no task outlives what it uses
 };
 
 } // namespace quillo

@@ -27,6 +27,7 @@ ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notific
             [this] { showAbout(); });
     auto* refresh = menu->addAction(QStringLiteral("Refresh"));
     refresh->setShortcut(Qt::CTRL | Qt::Key_R);
+    refresh->setAutoRepeat(false); // a key that is held asks once
     connect(refresh, &QAction::triggered, this, [this] { store.start(store.refresh()); });
     menu->addSeparator();
     connect(menu->addAction(QStringLiteral("Settings…")), &QAction::triggered, this, actions.openSettings);

@@ -1,4 +1,5 @@
 #include "auth/AuthFixture.h"
+#include "auth/LoopbackCallback.h"
 #include "auth/ProofKey.h"
 #include "auth/ScriptedBrowser.h"
 #include "support/LoopStallProbe.h"
@@ -6,6 +7,8 @@
 #include "support/PrivateKeyring.h"
 #include "support/Wait.h"
 
+#include <QHostAddress>
+#include <QTcpSocket>
 #include <QTest>
 
 using namespace quillo;
@@ -242,6 +245,36 @@ private Q_SLOTS:
         QCOMPARE(fixture->auth.lastAuthError->value_or(QString()), text);
         QCOMPARE(storedRefreshToken(), std::nullopt);
         QCOMPARE(storedEmail(), std::nullopt);
+        // The browser was answered before.
+        QVERIFY(waitUntil([&] { return browser->isDone(); }));
+        QCOMPARE(browser->page(), callbackResponse(true));
+    }
+
+    void theErrorIsThereBeforeTheSignInEnds() {
+        fixture->identity.answer(tokenTarget, Answer::http(503));
+        const auto url = beginSignIn();
+        std::optional<bool> wasThere;
+        const auto observation = fixture->auth.state.observe(
+            Published<AuthState>::Current::skip, Published<AuthState>::Repeats::deliver,
+            [&](const AuthState&) { wasThere = fixture->auth.lastAuthError->has_value(); });
+        browser->comeBack(url);
+        QVERIFY(waitUntil([&] { return wasThere.has_value(); }));
+        QVERIFY(*wasThere);
+    }
+
+    void aConnectionAcceptedBeforeTheRedirectChangesNothingAfterIt() {
+        const auto url = beginSignIn();
+        const auto early = connectionTo(AuthorizationRequest(url).port());
+        browser->comeBack(url, "first");
+        QVERIFY(waitUntil([&] { return fixture->auth.isSignedIn(); }));
+        early->write("GET /callback?code=second&state=" +
+                     AuthorizationRequest(url).value(u"state"_s).toUtf8() + " HTTP/1.1\r\n\r\n");
+        QVERIFY(waitUntil([&] { return early->state() == QAbstractSocket::UnconnectedState; }));
+        QCOMPARE(early->readAll(), callbackResponse(true));
+        drainEvents();
+        QVERIFY(fixture->auth.isSignedIn());
+        QCOMPARE(fixture->identity.count(), 1);
+        QCOMPARE(formOf(fixture->identity.requests(tokenTarget).at(0)).value("code"), u"first"_s);
     }
 
     void aProviderOutOfReachIsTold() {
@@ -302,6 +335,15 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return fixture->auth.isSignedIn(); }));
     }
 
+    void signingOutAtOnceOpensNoPage() {
+        fixture->auth.signIn();
+        fixture->auth.signOut();
+        drainEvents();
+        QVERIFY(fixture->opened.isEmpty());
+        QVERIFY(fixture->auth.state->isSignedOut());
+        QVERIFY(occupy(firstPort)->isListening());
+    }
+
     void signingOutDuringASignInFreesThePortAndEndsIt() {
         const auto url = beginSignIn();
         fixture->auth.signOut();
@@ -349,6 +391,15 @@ private Q_SLOTS:
     }
 
 private:
+    static std::unique_ptr<QTcpSocket> connectionTo(quint16 port) {
+        auto socket = std::make_unique<QTcpSocket>();
+        socket->connectToHost(QHostAddress::LocalHost, port);
+        if (!waitUntil([&] { return socket->state() == QAbstractSocket::ConnectedState; })) {
+            qFatal("no connection");
+        }
+        return socket;
+    }
+
     /// The page that the browser is asked to open.
     QUrl beginSignIn() {
         const auto before = fixture->opened.size();

@@ -2,6 +2,7 @@
 #include "auth/AuthFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestCertificates.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -188,6 +189,19 @@ private Q_SLOTS:
         QCOMPARE(fixture->identity.count(), 1);
     }
 
+    void theProvidersCertificateIsAlwaysChecked() {
+        keepSession();
+        const TestCertificates certificates;
+        RoutedServer provider(certificates.selfSigned());
+        provider.answer(tokenTarget, Answer::http(200, tokenBody("access-1")));
+        AuthManager auth(fixture->clock, fixture->secrets, fixture->session, fixture->workspace,
+                         provider.origin());
+        await(auth.restore());
+        QVERIFY(auth.isSignedIn());
+        QVERIFY_THROWS_EXCEPTION(AuthError, await(auth.validAccessToken()));
+        QCOMPARE(provider.count(), 0);
+    }
+
     void theErrorOfARenewalIsNotASignInFailure() {
         fixture->identity.answer(tokenTarget, Answer::http(400));
         keepSession();
@@ -304,6 +318,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return fixture->identity.count() == 1; }));
         fixture->auth.signOut();
         await(fixture->secrets.set(u"oidc_refresh"_s, u"refresh-3"_s));
+        QCOMPARE(await(fixture->auth.validAccessToken()), u"access-2"_s);
         await(fixture->auth.restore());
         QVERIFY(fixture->auth.isSignedIn());
         gate.open();

@@ -168,6 +168,9 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(fixture->loginItemPath()));
         store.launchAtLogin = false;
         QVERIFY(!QFile::exists(fixture->loginItemPath()));
+        fixture->loginItem.register_(); // behind the program's back
+        store.launchAtLogin = false;
+        QVERIFY(!QFile::exists(fixture->loginItemPath()));
         QVERIFY(!store.lastError->has_value());
     }
 

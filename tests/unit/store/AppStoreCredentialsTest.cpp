@@ -66,7 +66,8 @@ private Q_SLOTS:
         fixture->waitUntilSettled();
         store.settings.apiKey = u" "_s;
         await(store.refresh());
-        QCOMPARE(fixture->backend.requests(target::status).at(0).values("X-API-Key").size(), 1);
+        const auto request = fixture->backend.requests(target::status).at(0).raw;
+        QVERIFY2(request.toLower().contains("\r\nx-api-key:  \r\n"), request.constData());
     }
 
     void aSignInTakesPrecedenceOverAnApiKey() {
@@ -216,6 +217,25 @@ private Q_SLOTS:
         QCOMPARE(fixture->refreshes(), 1);
     }
 
+    void aSignOutWhileTheKeyringIsLockedHoldsWhenItIsUnlocked() {
+        keepSession();
+        auto& store = fixture->start();
+        fixture->waitUntilSettled();
+        QVERIFY(store.auth.isSignedIn());
+        keyring.lock();
+        showPrompts();
+        prompter->refuse();
+        store.auth.signOut();
+        QVERIFY(waitUntil([&] { return prompter->shown() > 0; }));
+        keyring.unlock();
+        // The session goes from the store as soon as it can be reached.
+        QVERIFY(
+            waitUntil([&] { return !Keychain::get(u"oidc_refresh"_s) && !Keychain::get(u"oidc_email"_s); }));
+        drainEvents();
+        QVERIFY(!store.auth.isSignedIn());
+        QCOMPARE(fixture->identity.count(), 1);
+    }
+
     void aKeyringThatIsLockedWhileTheTokenRunsOutSignsNobodyOut() {
         keepSession();
         auto& store = fixture->start();
@@ -231,6 +251,34 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return !store.lastError->has_value() && !store.isLoading; }));
         QCOMPARE(fixture->identity.count(), 2);
         QVERIFY(store.auth.isSignedIn());
+    }
+
+    void aSignInWhileTheKeyringPromptIsUpRefreshesByTheClock() {
+        keyring.lock();
+        showPrompts();
+        auto& store = fixture->start();
+        QVERIFY(waitUntil([&] { return prompter->isUp(); }));
+        store.settings.apiKey = u"typed"_s;
+        fixture->clock.advance(30s);
+        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        fixture->clock.advance(300s);
+        QVERIFY(waitUntil([&] { return fixture->refreshes() == 2 && !store.isLoading; }));
+        keyring.unlock();
+    }
+
+    void aKeyringThatIsUnlockedAgainDoesNotRefreshWithoutAnInterval() {
+        fixture->defaults.setInteger(u"refreshInterval"_s, 0);
+        auto& store = fixture->startRefreshed();
+        keyring.lock();
+        QCOMPARE(await(fixture->secrets.get(u"oidc_refresh"_s)).isUnavailable(), true);
+        bool isAvailable = false;
+        const auto observation = fixture->secrets.becameAvailable.observe([&] { isAvailable = true; });
+        keyring.unlock();
+        QVERIFY(waitUntil([&] { return isAvailable; }));
+        await(fixture->secrets.get(u"oidc_refresh"_s));
+        drainEvents();
+        QVERIFY(!store.isLoading);
+        QCOMPARE(fixture->refreshes(), 1);
     }
 
     void aKeyringThatComesUpLateIsTakenUp() {

@@ -218,7 +218,7 @@ private Q_SLOTS:
         store.settings.apiKey = u" key-2 "_s;
         await(store.refresh());
         QCOMPARE((*store.timeline)->totalOwed, 7.0);
-        QCOMPARE(other.requests(target::timeline).at(0).values("X-API-Key").size(), 1);
+        QCOMPARE(other.requests(target::timeline).at(0).values("X-API-Key").at(0).trimmed(), "key-2");
         QCOMPARE(fixture->refreshes(), 1);
     }
 

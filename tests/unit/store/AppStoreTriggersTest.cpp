@@ -80,6 +80,13 @@ private Q_SLOTS:
         QCOMPARE(fixture->refreshes(), 2);
         await(store.refresh());
         QCOMPARE(fixture->refreshes(), 3);
+        fixture->backend.answer(target::refresh, Answer::http(200));
+        auto pull = store.refreshFromBank();
+        QVERIFY(waitUntil([&] { return fixture->backend.count(target::refresh) == 1; }));
+        drainEvents();
+        fixture->clock.advance(20s);
+        await(std::move(pull));
+        QCOMPARE(fixture->refreshes(), 4);
     }
 
     void aTriggerRefreshesOnceTheIntervalHasPassed_data() {

@@ -104,6 +104,17 @@ private Q_SLOTS:
         QCOMPARE(store.addCreditMessage().has_value(), store.needsAddCreditCard());
     }
 
+    void aStatusWithoutLinksTakesEveryConditionBack() {
+        refreshWith(Answer::http(
+            200, statusBody({R"({"item_id":"a","needs_update":true,"needs_add_credit":true,"hint":"h",)"
+                             R"("bank_outage":{"areas":[{"area":"login","status":"down"}]}})"})));
+        auto& store = fixture->store();
+        QVERIFY(store.needsReconnect() && store.hasBankOutage() && store.needsAddCreditCard());
+        refreshWith(Answer::http(200, statusBody()));
+        QVERIFY(!store.needsReconnect() && !store.hasBankOutage() && !store.needsAddCreditCard());
+        QVERIFY(!store.reconnectMessage() && !store.outageMessage() && !store.addCreditMessage());
+    }
+
     void aFailedRefreshKeepsTheLastStatus() {
         refreshWith(Answer::http(200, statusBody({R"({"item_id":"a","needs_update":true})"})));
         auto& store = fixture->store();
