@@ -10,16 +10,30 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+
 namespace quillo::test {
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::array<quint16, 2> fixedPorts{53682, 53683};
+
+} // namespace
 
 TurnAtFixedPorts::TurnAtFixedPorts() {
     const auto path = QDir::temp().filePath(u"quillo-fixed-ports-%1.lock"_s.arg(getuid()));
     descriptor = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (descriptor < 0 || !waitUntil([this] { return flock(descriptor, LOCK_EX | LOCK_NB) == 0; }, 240s)) {
         qFatal("no turn at the fixed ports");
+    }
+    // The system may have lent them to a connection of some other program for a while.
+    const auto isFree = [](quint16 port) { return QTcpServer().listen(QHostAddress::LocalHost, port); };
+    if (!waitUntil([&] { return std::ranges::all_of(fixedPorts, isFree); }, 120s)) {
+        qFatal("the fixed ports are in use");
     }
 }
 
