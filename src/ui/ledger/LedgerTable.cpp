@@ -5,8 +5,10 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -27,7 +29,7 @@ constexpr ColumnWidth widths[] = {{LedgerColumn::date, 90, 100},
                                   {LedgerColumn::runningBalance, 120, 140}};
 
 /// Beyond so many selected lines, finding them again in another ledger is not worth the wait.
-constexpr int mostRemembered = 1000;
+constexpr int mostRemembered = 100;
 
 } // namespace
 
@@ -59,22 +61,9 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
     header->setStretchLastSection(false);
     header->setResizeContentsPrecision(0); // what is in sight tells enough; measuring takes its time
     header->setSectionResizeMode(static_cast<int>(LedgerColumn::description), QHeaderView::Stretch);
-    const auto sortBy = [this](int section) {
-        const auto order = lines->sortOrder();
-        if (section == static_cast<int>(LedgerColumn::description)) {
-            showSortOrder(); // The header has moved its arrow by itself.
-            return;
-        }
-        const bool isSame = section == static_cast<int>(order.column);
-        const auto direction =
-            isSame && order.direction == Qt::DescendingOrder ? Qt::AscendingOrder : Qt::DescendingOrder;
-        lines->sort(section, direction);
-        showSortOrder();
-        scrollToTop();
-    };
-    connect(header, &QHeaderView::sectionClicked, this, sortBy);
+    connect(header, &QHeaderView::sectionClicked, this, &LedgerTable::sortBy);
     // The second of two quick clicks counts, too.
-    connect(header, &QHeaderView::sectionDoubleClicked, this, sortBy);
+    connect(header, &QHeaderView::sectionDoubleClicked, this, &LedgerTable::sortBy);
     connect(header, &QHeaderView::sectionResized, this, &LedgerTable::keepMinimumWidth);
     header->setSortIndicatorShown(true);
     showSortOrder();
@@ -98,6 +87,64 @@ void LedgerTable::keepMinimumWidth(int section, int, int width) {
             setColumnWidth(section, minimum);
         }
     }
+}
+
+void LedgerTable::selectLines(const auto& known, const auto& isSame) {
+    if (known.empty()) {
+        return;
+    }
+    QItemSelection selection;
+    for (int row = 0; row < lines->rowCount(); ++row) {
+        const auto& line = *lines->line(row);
+        if (std::ranges::any_of(known, [&](const auto& one) { return isSame(line, one); })) {
+            const auto index = lines->index(row, 0);
+            selection.select(index, lines->index(row, lines->columnCount() - 1));
+        }
+    }
+    selectionModel()->select(selection, QItemSelectionModel::Select);
+}
+
+void LedgerTable::sortBy(int section) {
+    const auto order = lines->sortOrder();
+    if (section == static_cast<int>(LedgerColumn::description)) {
+        showSortOrder(); // The header has moved its arrow by itself.
+        return;
+    }
+    const bool isSame = section == static_cast<int>(order.column);
+    const auto direction =
+        isSame && order.direction == Qt::DescendingOrder ? Qt::AscendingOrder : Qt::DescendingOrder;
+    const auto chosen = selectionModel()->selectedRows();
+    std::vector<const Transaction*> selected;
+    if (chosen.size() <= mostRemembered) {
+        std::ranges::transform(chosen, std::back_inserter(selected),
+                               [this](const auto& index) { return lines->line(index.row()); });
+    }
+    lines->sort(section, direction);
+    selectLines(selected, [](const Transaction& line, const Transaction* known) { return &line == known; });
+    showSortOrder();
+    scrollToTop();
+}
+
+void LedgerTable::contextMenuEvent(QContextMenuEvent* event) {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const auto order = lines->sortOrder();
+    for (const auto column : {LedgerColumn::date, LedgerColumn::amount, LedgerColumn::runningBalance}) {
+        const auto section = static_cast<int>(column);
+        const auto title = lines->headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
+        auto* sort = menu->addAction(QStringLiteral("Sort by ") + title.toLower());
+        sort->setCheckable(true);
+        sort->setChecked(column == order.column);
+        connect(sort, &QAction::triggered, this, [this, section] { sortBy(section); });
+    }
+    menu->addSeparator();
+    auto* copy = menu->addAction(QStringLiteral("Copy"));
+    copy->setEnabled(selectionModel()->hasSelection());
+    connect(copy, &QAction::triggered, this, &LedgerTable::copySelection);
+    // A key asks for the menu of the current line, wherever the pointer is.
+    const bool isAtPointer = event->reason() == QContextMenuEvent::Mouse;
+    const auto line = visualRect(currentIndex()).intersected(viewport()->rect());
+    menu->popup(isAtPointer ? event->globalPos() : viewport()->mapToGlobal(line.bottomLeft()));
 }
 
 void LedgerTable::showSortOrder() {
@@ -129,26 +176,10 @@ void LedgerTable::ledgerWillChange() {
 void LedgerTable::setLedger(const Timeline* ledger) {
     const auto position = verticalScrollBar()->value();
     lines->setLedger(ledger);
-    restoreSelection();
+    selectLines(selectedLines, [](const Transaction& line, const Transaction& known) {
+        return known.txnId ? known.txnId == line.txnId : known == line;
+    });
     verticalScrollBar()->setValue(position);
-}
-
-void LedgerTable::restoreSelection() {
-    if (selectedLines.empty()) {
-        return;
-    }
-    QItemSelection selection;
-    for (int row = 0; row < lines->rowCount(); ++row) {
-        const auto* line = lines->line(row);
-        const auto isSame = [line](const Transaction& known) {
-            return known.txnId ? known.txnId == line->txnId : known == *line;
-        };
-        if (std::ranges::any_of(selectedLines, isSame)) {
-            const auto index = lines->index(row, 0);
-            selection.select(index, lines->index(row, lines->columnCount() - 1));
-        }
-    }
-    selectionModel()->select(selection, QItemSelectionModel::Select);
 }
 
 void LedgerTable::keyPressEvent(QKeyEvent* event) {

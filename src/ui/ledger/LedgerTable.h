@@ -6,8 +6,8 @@
 
 namespace quillo {
 
-/// The table of transactions: sorted by a click on a header, filtered, copied with Ctrl+C as tab-separated
-/// text.
+/// The table of transactions: sorted by a click on a header or from the context menu, filtered, copied with
+/// Ctrl+C as tab-separated text.
 class LedgerTable final : public QTableView {
     Q_OBJECT
 public:
@@ -23,12 +23,15 @@ public:
     void setSearch(const QString& text);
 
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
     void copySelection() const;
-    void restoreSelection();
+    /// Selects the lines that are the same as one of the known ones.
+    void selectLines(const auto& known, const auto& isSame);
+    void sortBy(int section);
     void showSortOrder();
     void keepMinimumWidth(int section, int before, int width);
 

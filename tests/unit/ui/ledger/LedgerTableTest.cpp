@@ -6,7 +6,9 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QTest>
@@ -56,6 +58,27 @@ struct Fixture {
         QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, middle);
     }
 
+    /// Opens the context menu as a key does and takes an entry; returns the entry that was checked.
+    QString chooseByKeyboard(const QString& title) {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {}, Qt::NoModifier);
+        QCoreApplication::sendEvent(&table, &event);
+        QString checked;
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu) {
+            qFatal("no menu");
+        }
+        for (auto* action : menu->actions()) {
+            checked = action->isChecked() ? action->text() : checked;
+        }
+        for (auto* action : menu->actions()) {
+            if (action->text() == title) {
+                menu->setActiveAction(action);
+                QTest::keyClick(menu, Qt::Key_Return);
+            }
+        }
+        return checked;
+    }
+
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(&table, key, modifiers); }
 
     Timeline ledger;
@@ -98,6 +121,23 @@ private Q_SLOTS:
         }
         QCOMPARE(fixture.text(0), u"one"_s);
         QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
+    }
+
+    void theKeyboardSortsFromTheContextMenu() {
+        Fixture fixture;
+        fixture.show(ledgerOf({{.merchant = u"two"_s, .amount = 2, .balance = 1},
+                               {.merchant = u"three"_s, .amount = 3, .balance = 3},
+                               {.merchant = u"one"_s, .amount = 1, .balance = 2}}));
+        fixture.press(Qt::Key_Home);
+        QCOMPARE(fixture.chooseByKeyboard(u"Sort by amount"_s), u"Sort by date"_s);
+        QCOMPARE(fixture.text(0), u"three"_s);
+        QCOMPARE(fixture.chooseByKeyboard(u"Sort by amount"_s), u"Sort by amount"_s);
+        QCOMPARE(fixture.text(0), u"one"_s);
+        QCOMPARE(fixture.chooseByKeyboard(u"Sort by running balance"_s), u"Sort by amount"_s);
+        QCOMPARE(fixture.text(0), u"three"_s);
+        QCOMPARE(fixture.selected(), QStringList{u"two"_s});
+        fixture.chooseByKeyboard(u"Copy"_s);
+        QVERIFY(QApplication::clipboard()->text().contains(u"two"_s));
     }
 
     void aClickOnTheDescriptionsTitleChangesNothing() {
