@@ -133,16 +133,18 @@ QWidget* LedgerView::makeToolbar() {
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(12, 8, 12, 0);
     row->setSpacing(8);
-    // Its place is kept, so that the buttons stay where they are when it comes and goes.
-    auto kept = spinner->sizePolicy();
-    kept.setRetainSizeWhenHidden(true);
-    spinner->setSizePolicy(kept);
+    row->addWidget(search);
+    row->addStretch(1);
+    // Comes and goes at the end of the free room, so that the buttons stay where they are.
     row->addWidget(spinner);
     row->addWidget(pullUpdates);
     row->addWidget(pullFromBank);
     row->addWidget(snapshotPicker);
-    row->addStretch(1);
-    row->addWidget(search);
+    QWidget* before = search;
+    for (auto* control : std::initializer_list<QWidget*>{pullUpdates, pullFromBank, snapshotPicker, table}) {
+        setTabOrder(before, control);
+        before = control;
+    }
     return bar;
 }
 
