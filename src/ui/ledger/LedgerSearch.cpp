@@ -102,14 +102,14 @@ private:
         std::uint32_t number = none;
     };
     static constexpr std::uint32_t mostKnown = 8192;
-    static constexpr std::size_t slotCount = 4 * mostKnown;
+    static constexpr std::size_t slotCount = std::size_t{4} * mostKnown;
 
     Slot& find(const Label& label) {
         // Addresses differ in their middle bits; a multiplication brings them to the top.
         constexpr std::uint64_t spread = 0x9e3779b97f4a7c15;
         constexpr int shift = 64 - std::countr_zero(slotCount);
-        const auto mixed = (std::bit_cast<std::uintptr_t>(label.merchant) * spread) ^
-                           std::rotl(std::bit_cast<std::uintptr_t>(label.name), 17);
+        const auto mixed = (reinterpret_cast<std::uintptr_t>(label.merchant) * spread) ^
+                           std::rotl(reinterpret_cast<std::uintptr_t>(label.name), 17);
         auto at = static_cast<std::size_t>((mixed * spread) >> shift);
         while (slots[at].number != none && !(slots[at].label == label)) {
             at = (at + 1) & (slotCount - 1);
