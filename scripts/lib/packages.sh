@@ -29,7 +29,7 @@ desktopPackages=(
 
 # Checking and testing.
 testPackages=(
-    shellcheck clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
+    shellcheck clang clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
     python3-pytest python3-dbusmock python3-selenium
     chromium chromium-driver mate-panel xfce4-session
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
