@@ -96,3 +96,14 @@ def quillo(desktop, sandbox):
     program.write_settings(backend=sandbox.http)
     program.store_secret("api_key", sandbox.api_key)
     return program
+
+
+@pytest.fixture
+def shown(quillo, watcher, sandbox):
+    """Quillo with $5.00 on the panel, and its item; every opening of the menu after a second refreshes."""
+    sandbox.scenario(totalOwed=5, pending="none")
+    quillo.write_settings(backend=sandbox.http, refreshInterval=1)
+    quillo.start()
+    item = watcher.wait_for_item()
+    item.wait_for("creditcard", "$5.00")
+    return item

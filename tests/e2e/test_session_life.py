@@ -13,17 +13,6 @@ LEDGER = "Quillo — Ledger"
 SIGN_IN = "Sign in to Quillo (menu → Sign In…)"
 
 
-@pytest.fixture
-def shown(quillo, watcher, sandbox):
-    """Quillo with an amount on the panel, and its item; every opening of the menu may refresh."""
-    sandbox.scenario(totalOwed=5, pending="none")
-    quillo.write_settings(backend=sandbox.http, refreshInterval=1)
-    quillo.start()
-    item = watcher.wait_for_item()
-    item.wait_for("creditcard", "$5.00")
-    return item
-
-
 @pytest.mark.parametrize("name", ["SIGTERM", "SIGINT", "SIGHUP"])
 def test_signal_that_ends_sessions_ends_the_program_cleanly(shown, quillo, desktop, name):
     assert quillo.ends_on(getattr(signal, name)) == 0

@@ -16,7 +16,7 @@ _CHANNEL = """<?xml version="1.0" encoding="UTF-8"?>
   <property name="configver" type="int" value="2"/>
   <property name="panels" type="array">
     <value type="int" value="1"/>
-    <property name="dark-mode" type="bool" value="false"/>
+    <property name="dark-mode" type="bool" value="{dark}"/>
     <property name="panel-1" type="empty">
       <property name="position" type="string" value="p=6;x=0;y=0"/>
       <property name="position-locked" type="bool" value="true"/>
@@ -34,10 +34,25 @@ _CHANNEL = """<?xml version="1.0" encoding="UTF-8"?>
       <property name="expand" type="bool" value="true"/>
       <property name="style" type="uint" value="0"/>
     </property>
-    <property name="plugin-2" type="string" value="indicator"/>
+    <property name="plugin-2" type="string" value="{plugin}">{options}</property>
   </property>
 </channel>
 """
+
+
+def configure_xfce4_panel(desktop, plugin, *, dark=False, **options):
+    """One panel along the top of the display with this plugin at its right end; `options` are the plugin's switches."""
+
+    def switch(value):
+        return str(value).lower()
+
+    listed = "".join(
+        f'<property name="{name.replace("_", "-")}" type="bool" value="{switch(value)}"/>'
+        for name, value in options.items()
+    )
+    channel = desktop.config_home / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
+    channel.parent.mkdir(parents=True, exist_ok=True)
+    channel.write_text(_CHANNEL.format(dark=switch(dark), plugin=plugin, options=listed))
 
 
 class Panel:
@@ -46,9 +61,7 @@ class Panel:
     def __init__(self, desktop):
         self._desktop = desktop
         self._children = []
-        channel = desktop.config_home / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
-        channel.parent.mkdir(parents=True, exist_ok=True)
-        channel.write_text(_CHANNEL)
+        configure_xfce4_panel(desktop, "indicator")
         desktop.callback(self.stop)
 
     def start(self):

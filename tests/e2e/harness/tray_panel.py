@@ -7,39 +7,10 @@ from dataclasses import dataclass
 from gi.repository import GLib
 
 from .display import required_program
+from .panel import configure_xfce4_panel
 from .processes import Child
 from .waiting import wait_until
 from .watcher import NAME, PATH
-
-_CHANNEL = """<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="dark-mode" type="bool" value="{dark}"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="size" type="uint" value="32"/>
-      <property name="icon-size" type="uint" value="0"/>
-      <property name="plugin-ids" type="array">
-        <value type="int" value="1"/>
-        <value type="int" value="2"/>
-      </property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="separator">
-      <property name="expand" type="bool" value="true"/>
-      <property name="style" type="uint" value="0"/>
-    </property>
-    <property name="plugin-2" type="string" value="systray">
-      <property name="square-icons" type="bool" value="{square}"/>
-    </property>
-  </property>
-</channel>
-"""
 
 
 @dataclass(frozen=True)
@@ -59,9 +30,7 @@ class TrayPanel:
     def __init__(self, desktop, *, dark=False, square=False):
         self._desktop = desktop
         self._child = None
-        channel = desktop.config_home / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
-        channel.parent.mkdir(parents=True, exist_ok=True)
-        channel.write_text(_CHANNEL.format(dark=str(dark).lower(), square=str(square).lower()))
+        configure_xfce4_panel(desktop, "systray", dark=dark, square_icons=square)
         desktop.callback(self.stop)
 
     def start(self, **environment):
