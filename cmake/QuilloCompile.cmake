@@ -42,11 +42,35 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebI
     target_link_options(quillo_compile INTERFACE -Wl,--gc-sections -Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 
-# quillo_add_library(FOLDER SOURCES … LIBRARIES …): the static library of one folder of src.
-# A folder links only folders above it in the order that src/CMakeLists.txt lists.
+# quillo_add_library(FOLDER SOURCES … LIBRARIES …): the static library of one folder of src, named after it:
+# quillo_platform_tray is that of platform/tray. A folder may include what it links here and nothing else;
+# scripts/check-includes holds the rule.
 function(quillo_add_library folder)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
-    add_library(quillo_${folder} STATIC ${arg_SOURCES})
-    target_link_libraries(quillo_${folder} PUBLIC quillo_compile Qt6::Core ${arg_LIBRARIES})
-    target_precompile_headers(quillo_${folder} REUSE_FROM quillo_precompiled)
+    string(REPLACE "/" "_" name "quillo_${folder}")
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name} PUBLIC quillo_compile Qt6::Core ${arg_LIBRARIES})
+    target_precompile_headers(${name} REUSE_FROM quillo_precompiled)
+endfunction()
+
+# quillo_add_interfaces(FOLDER FILE CLASS …): callers of D-Bus interfaces that are declared once, in XML beside
+# the class that uses them.
+function(quillo_add_interfaces folder)
+    string(REPLACE "/" "_" name "quillo_${folder}")
+    while(ARGN)
+        list(POP_FRONT ARGN file class)
+        qt_add_dbus_interface(generated ${file} ${class})
+    endwhile()
+    set_source_files_properties(${generated} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+    target_sources(${name} PRIVATE ${generated})
+endfunction()
+
+# quillo_add_adaptor(FOLDER FILE CLASS ADAPTOR): the adaptor that puts the class of CLASS.h in this folder on the
+# bus as the interface of the XML file.
+function(quillo_add_adaptor folder file class adaptor)
+    string(REPLACE "/" "_" name "quillo_${folder}")
+    qt_add_dbus_adaptor(generated ${file} ${folder}/${class}.h quillo::${class} ${adaptor} ${adaptor})
+    set_source_files_properties(${generated} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+    target_sources(${name} PRIVATE ${generated})
+    target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
 endfunction()

@@ -6,7 +6,7 @@
 #include "auth/TokenResponse.h"
 #include "core/UserCharacters.h"
 #include "net/HTTPSession.h"
-#include "net/SecretStore.h"
+#include "platform/secrets/SecretStore.h"
 
 #include <QStringDecoder>
 #include <QUrl>

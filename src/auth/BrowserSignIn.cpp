@@ -4,8 +4,8 @@
 #include "auth/LoopbackListener.h"
 #include "auth/ProofKey.h"
 #include "auth/SessionConstants.h"
-#include "net/SecretStore.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/secrets/SecretStore.h"
 
 #include <QUrl>
 #include <QUrlQuery>

@@ -1,8 +1,8 @@
 #include "net/APIClient.h"
 
 #include "core/Awaiters.h"
+#include "core/WorkQueue.h"
 #include "model/Decoding.h"
-#include "platform/WorkQueue.h"
 
 #include <exception>
 #include <utility>

@@ -1,8 +1,8 @@
 #include "settings/AppSettings.h"
 
-#include "net/SecretStore.h"
-#include "platform/BuildConfiguration.h"
-#include "platform/UserDefaults.h"
+#include "BuildConfiguration.h"
+#include "platform/defaults/UserDefaults.h"
+#include "platform/secrets/SecretStore.h"
 
 #include <QScopedValueRollback>
 

@@ -2,10 +2,10 @@
 
 #include "core/Awaiters.h"
 #include "net/APIClient.h"
-#include "net/SecretStore.h"
-#include "platform/LoginItem.h"
-#include "platform/NotificationCenter.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/LoginItem.h"
+#include "platform/desktop/NotificationCenter.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/secrets/SecretStore.h"
 #include "store/GlobalHotKey.h"
 
 #include <QUrl>

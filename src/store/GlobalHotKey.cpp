@@ -1,6 +1,6 @@
 #include "store/GlobalHotKey.h"
 
-#include "platform/ActivationToken.h"
+#include "platform/desktop/ActivationToken.h"
 
 #include <optional>
 #include <utility>

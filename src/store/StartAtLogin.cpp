@@ -1,5 +1,5 @@
 #include "core/LocalizedError.h"
-#include "platform/LoginItem.h"
+#include "platform/desktop/LoginItem.h"
 #include "store/AppStore.h"
 
 /// Starting at login: further members of the store.

@@ -1,7 +1,7 @@
 #include "ui/ApplicationMenu.h"
 
-#include "platform/BuildConfiguration.h"
-#include "platform/NotificationCenter.h"
+#include "BuildConfiguration.h"
+#include "platform/desktop/NotificationCenter.h"
 #include "store/AppStore.h"
 #include "ui/Environment.h"
 #include "ui/MenuRenderer.h"

@@ -1,6 +1,6 @@
 #include "ui/MenuBarLabel.h"
 
-#include "platform/NotificationCenter.h"
+#include "platform/desktop/NotificationCenter.h"
 #include "store/AppStore.h"
 #include "ui/Environment.h"
 #include "ui/NumberFormat.h"

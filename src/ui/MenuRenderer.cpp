@@ -1,6 +1,6 @@
 #include "ui/MenuRenderer.h"
 
-#include "platform/tray/PlainText.h"
+#include "core/PlainText.h"
 #include "ui/Colours.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #include "ui/StatusItemScene.h"
 
-#include "platform/ActivationToken.h"
-#include "platform/NotificationCenter.h"
+#include "platform/desktop/ActivationToken.h"
+#include "platform/desktop/NotificationCenter.h"
 #include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
 

@@ -1,6 +1,6 @@
 #include "ui/WindowActivation.h"
 
-#include "platform/ActivationToken.h"
+#include "platform/desktop/ActivationToken.h"
 
 #include <QGuiApplication>
 #include <QWidget>

@@ -1,8 +1,8 @@
-#include "platform/ActivationToken.h"
-#include "platform/BuildConfiguration.h"
-#include "platform/LaunchFeedback.h"
-#include "platform/SessionRestart.h"
-#include "platform/SingleInstance.h"
+#include "BuildConfiguration.h"
+#include "platform/desktop/ActivationToken.h"
+#include "platform/desktop/LaunchFeedback.h"
+#include "platform/desktop/SessionRestart.h"
+#include "platform/desktop/SingleInstance.h"
 #include "ui/QuilloApp.h"
 
 #include <QApplication>

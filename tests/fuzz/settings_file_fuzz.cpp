@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "platform/DefaultsFile.h"
+#include "platform/defaults/DefaultsFile.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -80,29 +80,47 @@ def write_tree(tmp_path, files):
     return tmp_path
 
 
-def test_includes_from_above_pass(tmp_path):
-    tree = write_tree(
-        tmp_path,
-        {
-            "main.cpp": '#include "ui/App.h"\n',
-            "core/Task.h": "#include <QObject>\n",
-            "store/Store.cpp": '#include "store/Store.h"\n#include "core/Task.h"\n#include <settings/Settings.h>\n',
-            "store/CMakeLists.txt": "quillo_add_library(store SOURCES a.cpp LIBRARIES quillo_core) # not quillo_ui\n",
-        },
-    )
-    assert run_check("check-includes", tree) == ""
+HOUSE = {
+    "main.cpp": '#include "ui/App.h"\n',
+    "core/CMakeLists.txt": "quillo_add_library(core SOURCES a.cpp LIBRARIES ICU::uc)\n",
+    "core/Task.h": "#include <QObject>\n",
+    "platform/desktop/CMakeLists.txt": "quillo_add_library(platform/desktop SOURCES a.cpp LIBRARIES quillo_core)\n",
+    "platform/tray/CMakeLists.txt": "quillo_add_library(platform/tray SOURCES a.cpp\n    LIBRARIES\n        quillo_platform_desktop\n)\n",
+    "platform/tray/Item.cpp": '#include "platform/desktop/X11.h"\n#include "platform/tray/Item.h"\n',
+    "store/CMakeLists.txt": "quillo_add_library(store SOURCES a.cpp LIBRARIES quillo_core) # not quillo_ui\n",
+    "store/Store.cpp": '#include "store/Store.h"\n#include <core/Task.h>\n',
+    "store/days/Days.cpp": '#include "store/Store.h"\n#include "core/Task.h"\n',
+}
+
+
+def test_what_is_declared_as_linked_may_be_included(tmp_path):
+    assert run_check("check-includes", write_tree(tmp_path, HOUSE)) == ""
 
 
 @pytest.mark.parametrize(
     "name, text",
     [
-        ("core/Task.h", '#include "model/Ledger.h"\n'),
-        ("settings/Settings.cpp", "#  include <auth/Auth.h>\n"),
-        ("platform/tray/Item.cpp", '#include "ui/Label.h"\n'),
-        ("net/Client.cpp", '#include "../core/Task.h"\n'),
-        ("net/CMakeLists.txt", "quillo_add_library(net SOURCES a.cpp LIBRARIES quillo_store)\n"),
-        ("helpers/Helper.h", "\n"),
+        ("core/Task.h", '#include "store/Store.h"\n'),
+        ("store/Store.cpp", '#  include <platform/desktop/X11.h>\n'),
+        ("store/days/Days.cpp", '#include "platform/tray/Item.h"\n'),
+        ("platform/tray/Item.cpp", '#include "core/Task.h"\n'),
+        ("store/Store.cpp", '#include "../core/Task.h"\n'),
+        ("core/CMakeLists.txt", "quillo_add_library(core SOURCES a.cpp LIBRARIES quillo_store)\n"),
+        (
+            "platform/desktop/CMakeLists.txt",
+            "quillo_add_library(platform/desktop SOURCES a.cpp LIBRARIES quillo_platform_tray)\n",
+        ),
+        ("store/CMakeLists.txt", "quillo_add_library(store SOURCES a.cpp LIBRARIES quillo_core quillo_cellar)\n"),
+        ("platform/Helper.h", "\n"),
     ],
 )
-def test_breach_of_the_folder_order_is_found(tmp_path, name, text):
-    assert run_check("check-includes", write_tree(tmp_path, {name: text})).count("\n") == 1
+def test_breach_of_what_is_declared_is_found(tmp_path, name, text):
+    assert run_check("check-includes", write_tree(tmp_path, HOUSE | {name: text})) != ""
+
+
+def test_large_file_that_is_no_picture_is_found(tmp_path):
+    subprocess.run(["git", "init", "-q", tmp_path], check=True)
+    for name, size in {"core": 1_000_001, "small.txt": 1_000_000, "look.png": 1_000_001, "trace.json": 2_000_000}.items():
+        (tmp_path / name).write_bytes(b"x" * size)
+    subprocess.run(["git", "-C", tmp_path, "add", "."], check=True)
+    assert [line.split(":")[0] for line in run_check("check-sizes", tmp_path).splitlines()] == ["core", "trace.json"]

@@ -1,6 +1,6 @@
 #include "platform/hotkey/HotKeyService.h"
 
-#include "platform/BuildConfiguration.h"
+#include "BuildConfiguration.h"
 #include "platform/hotkey/PortalHotKeys.h"
 #include "platform/hotkey/X11HotKeys.h"
 

@@ -1,7 +1,7 @@
 #include "platform/hotkey/PortalSession.h"
 
-#include "platform/PortalRequestInterface.h"
-#include "platform/PortalShortcutsInterface.h"
+#include "platform/hotkey/PortalRequestInterface.h"
+#include "platform/hotkey/PortalShortcutsInterface.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>

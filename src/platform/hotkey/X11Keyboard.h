@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/X11.h"
+#include "platform/desktop/X11.h"
 
 #include <Qt>
 #include <QtGlobal>

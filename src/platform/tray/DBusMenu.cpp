@@ -1,6 +1,6 @@
 #include "platform/tray/DBusMenu.h"
 
-#include "dbusmenuadaptor.h"
+#include "DBusMenuAdaptor.h"
 
 #include <QDBusError>
 #include <QGuiApplication>

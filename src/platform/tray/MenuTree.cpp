@@ -1,6 +1,6 @@
 #include "platform/tray/MenuTree.h"
 
-#include "platform/tray/PlainText.h"
+#include "core/PlainText.h"
 
 #include <algorithm>
 
@@ -46,6 +46,11 @@ QString disposition(MenuEntry::Style style) {
         return u"alert"_s;
     }
     return {};
+}
+
+/// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself.
+QString menuLabel(const QString& text) {
+    return plainLine(text).replace(u'_', u"__"_s);
 }
 
 QVariantMap shownProperties(const MenuEntry& entry) {

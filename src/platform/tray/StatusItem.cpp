@@ -1,12 +1,12 @@
 #include "platform/tray/StatusItem.h"
 
+#include "core/PlainText.h"
+#include "platform/symbols/IconFolder.h"
 #include "platform/tray/DBusMenu.h"
 #include "platform/tray/DockedItem.h"
 #include "platform/tray/HostRegistration.h"
-#include "platform/tray/IconFolder.h"
 #include "platform/tray/PaintedIcon.h"
 #include "platform/tray/PanelStyle.h"
-#include "platform/tray/PlainText.h"
 #include "platform/tray/StatusNotifierItem.h"
 
 #include <QGuiApplication>

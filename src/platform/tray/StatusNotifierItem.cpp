@@ -2,7 +2,7 @@
 
 #include "platform/tray/DBusMenu.h"
 
-#include "statusnotifieritemadaptor.h"
+#include "StatusNotifierItemAdaptor.h"
 
 #include <QDBusError>
 #include <QDBusMessage>

@@ -1,6 +1,6 @@
 #include "platform/tray/XEmbedTray.h"
 
-#include "platform/X11.h"
+#include "platform/desktop/X11.h"
 
 #include <QGuiApplication>
 #include <QList>

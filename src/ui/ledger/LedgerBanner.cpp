@@ -1,8 +1,8 @@
 #include "ui/ledger/LedgerBanner.h"
 
-#include "platform/tray/PlainText.h"
+#include "core/PlainText.h"
+#include "platform/symbols/Symbols.h"
 #include "ui/Colours.h"
-#include "ui/Symbols.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,6 +1,7 @@
 #include "ui/ledger/LedgerHeader.h"
 
-#include "platform/tray/PlainText.h"
+#include "core/PlainText.h"
+#include "platform/symbols/Symbols.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
 #include "ui/Environment.h"
@@ -8,7 +9,6 @@
 #include "ui/MenuBarLabel.h"
 #include "ui/NumberFormat.h"
 #include "ui/Spinner.h"
-#include "ui/Symbols.h"
 #include "ui/ledger/LedgerBanner.h"
 
 #include <QEvent>

@@ -1,10 +1,10 @@
 #include "ui/ledger/LedgerView.h"
 
+#include "platform/symbols/Symbols.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
 #include "ui/Environment.h"
 #include "ui/Spinner.h"
-#include "ui/Symbols.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerTable.h"
 #include "ui/ledger/SnapshotList.h"

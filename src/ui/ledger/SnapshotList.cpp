@@ -1,6 +1,6 @@
 #include "ui/ledger/SnapshotList.h"
 
-#include "platform/tray/PlainText.h"
+#include "core/PlainText.h"
 #include "ui/NumberFormat.h"
 
 #include <algorithm>

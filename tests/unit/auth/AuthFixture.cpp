@@ -1,7 +1,7 @@
 #include "auth/AuthFixture.h"
 
 #include "auth/SessionConstants.h"
-#include "net/Keychain.h"
+#include "platform/secrets/Keychain.h"
 
 namespace quillo::test {
 

@@ -2,8 +2,8 @@
 
 #include "auth/AuthManager.h"
 #include "net/HTTPSession.h"
-#include "net/SecretStore.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/secrets/SecretStore.h"
 #include "support/ManualClock.h"
 #include "support/RoutedServer.h"
 

@@ -1,7 +1,7 @@
 #include "auth/AuthError.h"
 #include "auth/AuthFixture.h"
 #include "net/APIClient.h"
-#include "net/Keychain.h"
+#include "platform/secrets/Keychain.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"

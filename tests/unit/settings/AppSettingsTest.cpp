@@ -1,9 +1,9 @@
 #include "settings/AppSettings.h"
 
-#include "net/Keychain.h"
-#include "net/SecretStore.h"
-#include "platform/BuildConfiguration.h"
-#include "platform/UserDefaults.h"
+#include "BuildConfiguration.h"
+#include "platform/defaults/UserDefaults.h"
+#include "platform/secrets/Keychain.h"
+#include "platform/secrets/SecretStore.h"
 #include "settings/IntervalPreset.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"

@@ -1,4 +1,4 @@
-#include "net/Keychain.h"
+#include "platform/secrets/Keychain.h"
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"

@@ -1,6 +1,6 @@
 #include "store/GlobalHotKey.h"
 
-#include "platform/ActivationToken.h"
+#include "platform/desktop/ActivationToken.h"
 #include "support/Wait.h"
 
 #include <QTest>

@@ -1,6 +1,6 @@
 #include "store/StoreFixture.h"
 
-#include "net/Keychain.h"
+#include "platform/secrets/Keychain.h"
 #include "support/Wait.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "ui/ApplicationMenu.h"
 
-#include "platform/BuildConfiguration.h"
+#include "BuildConfiguration.h"
 #include "store/StoreFixture.h"
 #include "support/Wait.h"
 #include "ui/Environment.h"

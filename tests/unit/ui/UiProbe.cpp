@@ -1,4 +1,4 @@
-#include "platform/NotificationCenter.h"
+#include "platform/desktop/NotificationCenter.h"
 #include "ui/MenuBarLabel.h"
 #include "ui/NumberFormat.h"
 

@@ -1,6 +1,6 @@
 #include "ScriptedTray.h"
 
-#include "platform/X11.h"
+#include "platform/desktop/X11.h"
 
 #include <array>
 #include <cstring>

@@ -1,0 +1,42 @@
+#include "platform/symbols/Symbols.h"
+
+#include "platform/symbols/IconFolder.h"
+#include "platform/symbols/SymbolImage.h"
+
+#include <QFile>
+
+#include <cmath>
+
+namespace quillo {
+
+namespace {
+constexpr double disabledOpacity = 0.4;
+
+/// Symbols that panels show, too, are among the program's icons; the others are the windows' own.
+QString fileOf(const QString& name) {
+    const auto shared = carriedIcon(name);
+    return QFile::exists(shared) ? shared : QStringLiteral(":/symbols/%1.svg").arg(symbolIconName(name));
+}
+
+} // namespace
+
+QPixmap symbolPixmap(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) {
+    const auto pixels = static_cast<int>(std::ceil(size * devicePixelRatio));
+    auto image = symbolImage(fileOf(name), pixels, colour);
+    if (image.isNull()) {
+        return {};
+    }
+    auto pixmap = QPixmap::fromImage(std::move(image));
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    return pixmap;
+}
+
+QIcon symbolIcon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio) {
+    QIcon icon(symbolPixmap(name, size, colour, devicePixelRatio));
+    auto dimmed = colour;
+    dimmed.setAlphaF(static_cast<float>(disabledOpacity));
+    icon.addPixmap(symbolPixmap(name, size, dimmed, devicePixelRatio), QIcon::Disabled);
+    return icon;
+}
+
+} // namespace quillo
