@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace quillo {
@@ -14,48 +15,58 @@ namespace quillo {
 /// Outlives the queue for as long as its thread is at work.
 class WorkQueue::Shared {
 public:
-    static void post(const std::shared_ptr<Shared>& self, Job job);
+    Shared() { receiver.emplace(*this); }
+    static void post(const std::shared_ptr<Shared>& self, Job job,
+                     const std::shared_ptr<OneShotEvent>& ended);
     bool waitForJobs(std::chrono::milliseconds limit);
     void close();
 
 private:
-    /// Hears on the queue's own thread that completions have come.
+    struct Entry {
+        Job job;
+        std::weak_ptr<OneShotEvent> ended;
+        bool isAwaited;
+
+        [[nodiscard]] bool isForgotten() const { return isAwaited && ended.expired(); }
+    };
+
+    /// Hears on the queue's own thread that work has ended.
     class Receiver final : public QObject {
     public:
-        explicit Receiver(std::weak_ptr<Shared> owner) : shared(std::move(owner)) {}
+        explicit Receiver(Shared& owner) : shared(owner) {}
         bool event(QEvent* event) override {
             if (event->type() != QEvent::User) {
                 return QObject::event(event);
             }
-            if (const auto held = shared.lock()) {
-                held->runCompletions(); // may destroy the queue, and this receiver with it
-            }
+            shared.tellWhoWaits();
             return true;
         }
 
     private:
-        std::weak_ptr<Shared> shared;
+        Shared& shared;
     };
 
     void work();
-    void runCompletions();
-    Completion takeCompletion();
+    void tellWhoWaits();
 
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<Job> jobs;
-    std::deque<Completion> completions;
-    std::unique_ptr<Receiver> receiver;
+    std::deque<Entry> jobs;
+    std::deque<std::weak_ptr<OneShotEvent>> ended;
+    std::optional<Receiver> receiver; ///< made and destroyed on the thread of the queue's owner
     std::thread thread;
     bool busy = false;
     bool closed = false;
 };
 
-void WorkQueue::Shared::post(const std::shared_ptr<Shared>& self, Job job) {
+void WorkQueue::Shared::post(const std::shared_ptr<Shared>& self, Job job,
+                             const std::shared_ptr<OneShotEvent>& ended) {
     const std::lock_guard lock(self->mutex);
-    self->jobs.push_back(std::move(job));
+    if (self->closed) {
+        return;
+    }
+    self->jobs.push_back({std::move(job), ended, ended != nullptr});
     if (!self->thread.joinable()) {
-        self->receiver = std::make_unique<Receiver>(self);
         self->thread = std::thread([self] { self->work(); });
     }
     self->changed.notify_all();
@@ -67,14 +78,12 @@ bool WorkQueue::Shared::waitForJobs(std::chrono::milliseconds limit) {
 }
 
 void WorkQueue::Shared::close() {
-    std::deque<Job> dropped;
-    std::deque<Completion> unheard;
+    std::deque<Entry> dropped;
     bool idle = false;
     {
         const std::lock_guard lock(mutex);
         closed = true;
         dropped.swap(jobs);
-        unheard.swap(completions);
         receiver.reset();
         idle = !busy;
         changed.notify_all();
@@ -96,39 +105,38 @@ void WorkQueue::Shared::work() {
         if (closed) {
             return;
         }
-        auto job = std::move(jobs.front());
+        auto next = std::move(jobs.front());
         jobs.pop_front();
         busy = true;
         lock.unlock();
-        auto completion = job();
-        job = nullptr;
+        if (!next.isForgotten()) {
+            next.job();
+        }
+        next.job = nullptr;
         lock.lock();
         busy = false;
         changed.notify_all();
         if (closed) {
             return;
         }
-        if (completion) {
-            completions.push_back(std::move(completion));
-            QCoreApplication::postEvent(receiver.get(), new QEvent(QEvent::User));
+        if (next.isAwaited) {
+            ended.push_back(std::move(next.ended));
+            QCoreApplication::postEvent(&*receiver, new QEvent(QEvent::User));
         }
     }
 }
 
-void WorkQueue::Shared::runCompletions() {
-    while (const auto completion = takeCompletion()) {
-        completion();
+void WorkQueue::Shared::tellWhoWaits() {
+    std::deque<std::weak_ptr<OneShotEvent>> finished;
+    {
+        const std::lock_guard lock(mutex);
+        finished.swap(ended);
     }
-}
-
-WorkQueue::Completion WorkQueue::Shared::takeCompletion() {
-    const std::lock_guard lock(mutex);
-    if (completions.empty()) {
-        return {};
+    for (const auto& one : finished) {
+        if (const auto waiting = one.lock()) {
+            waiting->fire();
+        }
     }
-    auto first = std::move(completions.front());
-    completions.pop_front();
-    return first;
 }
 
 WorkQueue::WorkQueue() : shared(std::make_shared<Shared>()) {}
@@ -137,8 +145,13 @@ WorkQueue::~WorkQueue() {
     shared->close();
 }
 
-void WorkQueue::post(Job job) {
-    Shared::post(shared, std::move(job));
+void WorkQueue::post(Job job, const std::shared_ptr<OneShotEvent>& ended) {
+    Shared::post(shared, std::move(job), ended);
+}
+
+void WorkQueue::post(const std::shared_ptr<Shared>& queue, Job job,
+                     const std::shared_ptr<OneShotEvent>& ended) {
+    Shared::post(queue, std::move(job), ended);
 }
 
 bool WorkQueue::waitForJobs(std::chrono::milliseconds limit) {

@@ -1,12 +1,9 @@
 #include "net/APIClient.h"
 
-#include "core/Awaiters.h"
 #include "core/WorkQueue.h"
 #include "model/Decoding.h"
 
-#include <exception>
 #include <utility>
-#include <variant>
 
 namespace quillo {
 
@@ -35,23 +32,6 @@ Task<QByteArray> bodyOf(HTTPSession& session, HTTPRequest request) {
 constexpr qsizetype decodedAside = qsizetype{1} << 20;
 
 template <typename T>
-using Decoded = std::variant<std::exception_ptr, T>;
-
-/// Fires `ended` when `outcome` is there, unless the worker goes before.
-template <typename T>
-void decodeOn(WorkQueue& worker, QByteArray body, T (*decode)(QByteArray),
-              const std::shared_ptr<Decoded<T>>& outcome, OneShotEvent& ended) {
-    worker.post([body = std::move(body), decode, outcome, &ended]() mutable -> WorkQueue::Completion {
-        try {
-            *outcome = decode(std::move(body));
-        } catch (...) {
-            *outcome = std::current_exception(); // whatever it is, it is for who waits
-        }
-        return [&ended] { ended.fire(); };
-    });
-}
-
-template <typename T>
 Task<T> decodedHere(QByteArray body, T (*decode)(QByteArray)) {
     // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
     co_return decode(std::move(body)); // NOLINT(clang-analyzer-cplusplus.Move)
@@ -59,15 +39,9 @@ Task<T> decodedHere(QByteArray body, T (*decode)(QByteArray)) {
 
 template <typename T>
 Task<T> decodedThere(QByteArray body, T (*decode)(QByteArray)) {
-    const auto outcome = std::make_shared<Decoded<T>>();
-    OneShotEvent ended;
-    WorkQueue worker; // goes before the event, which it must not touch any more when the task is dropped
-    decodeOn(worker, std::move(body), decode, outcome, ended);
-    co_await ended;
-    if (const auto* error = std::get_if<std::exception_ptr>(outcome.get())) {
-        std::rethrow_exception(*error);
-    }
-    co_return std::get<T>(std::move(*outcome));
+    WorkQueue worker;
+    auto work = worker.run([body = std::move(body), decode]() mutable { return decode(std::move(body)); });
+    co_return co_await work;
 }
 
 /// What `decode` makes of the body, or throws, without holding up the event loop.

@@ -93,10 +93,7 @@ void UserDefaults::set(const QString& key, const QJsonValue& value) {
 }
 
 void UserDefaults::scheduleWriting() {
-    writer.post([changes = unwritten, file = DefaultsFile(path)]() -> WorkQueue::Completion {
-        changes->writeTo(file);
-        return {};
-    });
+    writing.spawn(writer.run([changes = unwritten, file = DefaultsFile(path)] { changes->writeTo(file); }));
 }
 
 } // namespace quillo

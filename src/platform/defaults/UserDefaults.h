@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/TaskScope.h"
 #include "core/WorkQueue.h"
 
 #include <QJsonObject>
@@ -54,6 +55,7 @@ private:
     QString path;
     QJsonObject values;
     std::shared_ptr<Unwritten> unwritten;
+    TaskScope writing;
     WorkQueue writer;
 };
 

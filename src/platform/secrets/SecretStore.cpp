@@ -36,10 +36,8 @@ SecretStore::~SecretStore() {
     const auto firstWaiting = requests.begin() + (working ? 1 : 0);
     for (auto request = firstWaiting; request != requests.end(); ++request) {
         if (const auto* write = std::get_if<Write>(&request->what)) {
-            worker.post([account = write->account, value = write->value]() -> WorkQueue::Completion {
-                static_cast<void>(make(account, value));
-                return {};
-            });
+            work([account = write->account, value = write->value] { return make(account, value); },
+                 [](auto) {});
         }
     }
     static_cast<void>(worker.waitForJobs(2s));
@@ -52,6 +50,12 @@ SecretStore::~SecretStore() {
             finish<Unlock>(Availability::unreachable);
         }
     }
+}
+
+/// Has the worker do the work, and gives the result to `then`.
+void SecretStore::work(auto what, auto then) {
+    const auto finish = [](auto result, auto use) -> Task<> { use(co_await result); };
+    jobs.spawn(finish(worker.run(std::move(what)), std::move(then)));
 }
 
 template <typename T>
@@ -105,55 +109,51 @@ void SecretStore::proceed() {
 }
 
 void SecretStore::start(const Read& read) {
-    worker.post([this, account = read.account]() -> WorkQueue::Completion {
-        return [this, reading = Keychain::read(account)] {
-            working = false;
-            finish<Read>(reading);
-            note(reading.isUnavailable() ? Usability::unusable : Usability::usable);
-            proceed();
-        };
-    });
+    work([account = read.account] { return Keychain::read(account); },
+         [this](const SecretReading& reading) {
+             working = false;
+             finish<Read>(reading);
+             note(reading.isUnavailable() ? Usability::unusable : Usability::usable);
+             proceed();
+         });
 }
 
 void SecretStore::start(const Write& write) {
-    worker.post([this, account = write.account, value = write.value]() -> WorkQueue::Completion {
-        return [this, change = make(account, value)] {
-            working = false;
-            const bool locked = change == Keychain::Change::needsUnlock;
-            if (locked) {
-                note(Usability::unusable);
-            }
-            if ((locked || change == Keychain::Change::needsCollection) && mayAskUser()) {
-                askUser();
-            } else {
-                finish<Write>(change == Keychain::Change::made);
-            }
-            if (change == Keychain::Change::made) {
-                note(Usability::usable);
-            }
-            proceed();
-        };
+    const auto change = [account = write.account, value = write.value] { return make(account, value); };
+    work(change, [this](Keychain::Change outcome) {
+        working = false;
+        const bool locked = outcome == Keychain::Change::needsUnlock;
+        if (locked) {
+            note(Usability::unusable);
+        }
+        if ((locked || outcome == Keychain::Change::needsCollection) && mayAskUser()) {
+            askUser();
+        } else {
+            finish<Write>(outcome == Keychain::Change::made);
+        }
+        if (outcome == Keychain::Change::made) {
+            note(Usability::usable);
+        }
+        proceed();
     });
 }
 
 void SecretStore::start(const Unlock&) {
-    worker.post([this]() -> WorkQueue::Completion {
-        return [this, collection = Keychain::defaultCollection()] {
-            working = false;
-            const bool usable =
-                collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing;
-            if (usable) {
-                finish<Unlock>(Availability::available);
-            } else if (collection == Keychain::Collection::unreachable) {
-                finish<Unlock>(Availability::unreachable);
-            } else if (mayAskUser()) {
-                askUser();
-            } else {
-                finish<Unlock>(Availability::locked);
-            }
-            note(usable ? Usability::usable : Usability::unusable);
-            proceed();
-        };
+    work(Keychain::defaultCollection, [this](Keychain::Collection collection) {
+        working = false;
+        const bool usable =
+            collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing;
+        if (usable) {
+            finish<Unlock>(Availability::available);
+        } else if (collection == Keychain::Collection::unreachable) {
+            finish<Unlock>(Availability::unreachable);
+        } else if (mayAskUser()) {
+            askUser();
+        } else {
+            finish<Unlock>(Availability::locked);
+        }
+        note(usable ? Usability::usable : Usability::unusable);
+        proceed();
     });
 }
 
@@ -238,17 +238,15 @@ void SecretStore::lookAgain() {
         return;
     }
     looking = Looking::now;
-    worker.post([this]() -> WorkQueue::Completion {
-        return [this, collection = Keychain::defaultCollection()] {
-            const bool onceMore = std::exchange(looking, Looking::no) == Looking::onceMore;
-            if (collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing) {
-                forgetPrompt();
-                note(Usability::usable);
-                proceed();
-            } else if (onceMore) {
-                lookAgain();
-            }
-        };
+    work(Keychain::defaultCollection, [this](Keychain::Collection collection) {
+        const bool onceMore = std::exchange(looking, Looking::no) == Looking::onceMore;
+        if (collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing) {
+            forgetPrompt();
+            note(Usability::usable);
+            proceed();
+        } else if (onceMore) {
+            lookAgain();
+        }
     });
 }
 

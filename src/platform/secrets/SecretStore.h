@@ -102,6 +102,7 @@ private:
     /// `onceMore`: something happened while the worker was looking.
     enum class Looking { no, now, onceMore };
 
+    void work(auto what, auto then);
     template <typename T>
     auto enqueue(T request);
     void proceed();
@@ -131,6 +132,7 @@ private:
     Looking looking = Looking::no;
     Usability usability = Usability::unknown;
     TaskScope scope;
+    TaskScope jobs;
     WorkQueue worker;
 };
 
