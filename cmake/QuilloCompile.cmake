@@ -8,14 +8,17 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_program(QUILLO_CCACHE ccache)
 if(QUILLO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # Precompiled headers need the two sloppiness settings to be cacheable at all; the base directory lets
-    # several checkouts share one cache.
+    # Precompiled headers need these sloppiness settings to be cacheable at all. The base directory, and not
+    # looking at the working one, lets several checkouts share one cache.
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
-        "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_SLOPPINESS=pch_defines,time_macros
+        "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=true
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
         ${QUILLO_CCACHE})
 endif()
 
 add_library(quillo_compile INTERFACE)
+# Nothing of the checkout's own place gets into what is built.
+target_compile_options(quillo_compile INTERFACE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
 target_compile_options(quillo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -fpch-preprocess)
 target_compile_definitions(quillo_compile INTERFACE
     QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_CAST_FROM_BYTEARRAY QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
