@@ -1,30 +1,31 @@
 #include "auth/AuthError.h"
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace quillo {
 
 AuthError AuthError::notSignedIn() {
-    return {Kind::notSignedIn, QStringLiteral("Not signed in")};
+    return AuthError(u"Not signed in"_s);
 }
 
 AuthError AuthError::sessionExpired() {
-    return {Kind::sessionExpired, QStringLiteral("Session expired — sign in again")};
+    return AuthError(u"Session expired — sign in again"_s);
 }
 
 AuthError AuthError::stateMismatch() {
-    return {Kind::stateMismatch, QStringLiteral("Sign-in rejected (state mismatch)")};
+    return AuthError(u"Sign-in rejected (state mismatch)"_s);
 }
 
 AuthError AuthError::badCallback() {
-    return {Kind::badCallback, QStringLiteral("Sign-in callback was malformed")};
+    return AuthError(u"Sign-in callback was malformed"_s);
 }
 
 AuthError AuthError::portUnavailable() {
-    return {Kind::portUnavailable,
-            QStringLiteral("Ports 53682/53683 are in use — close the conflicting app and retry")};
+    return AuthError(u"Ports 53682/53683 are in use — close the conflicting app and retry"_s);
 }
 
 AuthError AuthError::tokenEndpoint(const QString& message) {
-    return {Kind::tokenEndpoint, QStringLiteral("Token exchange failed: ") + message};
+    return AuthError(u"Token exchange failed: "_s + message);
 }
 
 } // namespace quillo

@@ -7,15 +7,6 @@ namespace quillo {
 /// Why signing in, or keeping signed in, failed.
 class AuthError final : public LocalizedError {
 public:
-    enum class Kind {
-        notSignedIn,
-        sessionExpired,
-        stateMismatch,
-        badCallback,
-        portUnavailable,
-        tokenEndpoint
-    };
-
     [[nodiscard]] static AuthError notSignedIn();
     [[nodiscard]] static AuthError sessionExpired();
     [[nodiscard]] static AuthError stateMismatch();
@@ -24,12 +15,8 @@ public:
     /// `message` is what the token endpoint answered.
     [[nodiscard]] static AuthError tokenEndpoint(const QString& message);
 
-    [[nodiscard]] Kind kind() const noexcept { return cause; }
-
 private:
-    AuthError(Kind why, const QString& text) : LocalizedError(text), cause(why) {}
-
-    Kind cause;
+    using LocalizedError::LocalizedError;
 };
 
 } // namespace quillo

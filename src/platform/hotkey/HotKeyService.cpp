@@ -1,11 +1,11 @@
 #include "platform/hotkey/HotKeyService.h"
 
 #include "BuildConfiguration.h"
+#include "platform/desktop/Sandbox.h"
 #include "platform/hotkey/PortalHotKeys.h"
 #include "platform/hotkey/X11HotKeys.h"
 
 #include <QDBusConnection>
-#include <QFileInfo>
 #include <QGuiApplication>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,8 +21,7 @@ std::unique_ptr<HotKeyService> HotKeyService::ofDesktop() {
     const HotKeySurroundings surroundings{QGuiApplication::platformName(),
                                           qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
                                               qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"_L1,
-                                          QFileInfo::exists(u"/.flatpak-info"_s) ||
-                                              qEnvironmentVariableIsSet("SNAP")};
+                                          isSandboxed()};
     switch (hotKeyWay(surroundings)) {
     case HotKeyWay::x11:
         return std::make_unique<X11HotKeys>();

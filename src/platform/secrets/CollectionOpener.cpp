@@ -1,10 +1,10 @@
 #include "platform/secrets/CollectionOpener.h"
 
 #include "core/Awaiters.h"
+#include "platform/desktop/UntilAnswered.h"
 #include "platform/secrets/SecretPromptInterface.h"
 #include "platform/secrets/SecretServiceInterface.h"
 
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 
@@ -13,21 +13,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace quillo {
 
 namespace {
-
-/// Waits for the answer to a call on the bus.
-class UntilAnswered {
-public:
-    explicit UntilAnswered(const QDBusPendingCall& call)
-        : watcher(call), finished(&watcher, &QDBusPendingCallWatcher::finished) {}
-
-    [[nodiscard]] bool await_ready() const noexcept { return finished.await_ready(); }
-    void await_suspend(std::coroutine_handle<> coroutine) noexcept { finished.await_suspend(coroutine); }
-    void await_resume() const noexcept {}
-
-private:
-    QDBusPendingCallWatcher watcher;
-    UntilEmitted finished;
-};
 
 /// How the Secret Service writes "none".
 bool isNone(const QDBusObjectPath& path) {
