@@ -1,5 +1,6 @@
 #include "platform/secrets/SecretStore.h"
 
+#include "platform/secrets/OpenCollection.h"
 #include "platform/secrets/SecretServiceInterface.h"
 
 #include <QDBusObjectPath>
@@ -28,8 +29,7 @@ SecretStore::SecretStore(const QDBusConnection& sessionBus)
     : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
           serviceName, u"/org/freedesktop/secrets"_s, sessionBus)),
       serviceWatcher(std::make_unique<QDBusServiceWatcher>(serviceName, sessionBus,
-                                                           QDBusServiceWatcher::WatchForRegistration)),
-      opener(*service) {
+                                                           QDBusServiceWatcher::WatchForRegistration)) {
     watchService();
 }
 
@@ -146,7 +146,7 @@ Task<> SecretStore::askUser() {
 }
 
 Task<> SecretStore::openCollection(Promise<bool> opened) {
-    auto asking = opener.open();
+    auto asking = openDefaultCollection(*service);
     opened.fulfil(co_await asking);
 }
 

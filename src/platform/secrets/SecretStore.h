@@ -5,7 +5,6 @@
 #include "core/Task.h"
 #include "core/TaskScope.h"
 #include "core/WorkQueue.h"
-#include "platform/secrets/CollectionOpener.h"
 #include "platform/secrets/Keychain.h"
 
 #include <QDBusConnection>
@@ -90,7 +89,6 @@ private:
 
     std::unique_ptr<OrgFreedesktopSecretServiceInterface> service;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher;
-    CollectionOpener opener;
     std::deque<Request> requests;                  ///< the first is with the worker or waits for the user
     std::optional<Promise<bool>> collectionOpened; ///< only while the first waits for the user
     bool refused = false;                          ///< the last prompt was dismissed
