@@ -12,9 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
-HotKeyWay hotKeyWay(const HotKeySurroundings& surroundings) {
-    const bool ownsKeyboard = surroundings.qtPlatform == "xcb"_L1 && !surroundings.waylandSession;
-    return ownsKeyboard && !surroundings.sandboxed ? HotKeyWay::x11 : HotKeyWay::portal;
+bool mayGrabKeys(const HotKeySurroundings& surroundings) {
+    return surroundings.qtPlatform == "xcb"_L1 && !surroundings.waylandSession && !surroundings.sandboxed;
 }
 
 std::unique_ptr<HotKeyService> HotKeyService::ofDesktop() {
@@ -22,11 +21,8 @@ std::unique_ptr<HotKeyService> HotKeyService::ofDesktop() {
                                           qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
                                               qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"_L1,
                                           isSandboxed()};
-    switch (hotKeyWay(surroundings)) {
-    case HotKeyWay::x11:
+    if (mayGrabKeys(surroundings)) {
         return std::make_unique<X11HotKeys>();
-    case HotKeyWay::portal:
-        break;
     }
     return std::make_unique<PortalHotKeys>(QDBusConnection::sessionBus(), build::applicationId);
 }

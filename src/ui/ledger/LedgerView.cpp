@@ -85,7 +85,7 @@ void LedgerView::observeLedgers() {
     using Date = Published<std::optional<QString>>;
     const auto observe = [this](Ledger& ledger, bool belongsToSnapshot) {
         ledgerObservations.push_back(
-            ledger.observe(Ledger::Current::skip, Ledger::Repeats::deliver,
+            ledger.observe(Ledger::Repeats::deliver,
                            [this, &ledger, belongsToSnapshot](const std::optional<Timeline>& next) {
                                if (store.isViewingSnapshot() == belongsToSnapshot) {
                                    noteLedger(ledger, next);
@@ -95,7 +95,7 @@ void LedgerView::observeLedgers() {
     observe(store.timeline, false);
     observe(store.snapshotTimeline, true);
     ledgerObservations.push_back(store.selectedSnapshotDate.observe(
-        Date::Current::skip, Date::Repeats::deliver, [this](const auto&) { noteLedgerChange(); }));
+        Date::Repeats::deliver, [this](const auto&) { noteLedgerChange(); }));
 }
 
 /// A refresh seldom brings anything new. Equal lines take the place of those shown, which then need not be

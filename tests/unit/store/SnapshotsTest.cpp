@@ -65,11 +65,9 @@ private Q_SLOTS:
         auto& store = fixture->startRefreshed();
         QStringList order;
         const auto ledger = store.snapshotTimeline.observe(
-            Published<std::optional<Timeline>>::Current::skip,
             Published<std::optional<Timeline>>::Repeats::deliver,
             [&](const std::optional<Timeline>& next) { order.append(next ? u"ledger"_s : u"no ledger"_s); });
         const auto selection = store.selectedSnapshotDate.observe(
-            Published<std::optional<QString>>::Current::skip,
             Published<std::optional<QString>>::Repeats::deliver, [&](const std::optional<QString>& next) {
                 order.append(next.value_or(u"live"_s));
                 QVERIFY(store.snapshotTimeline->has_value());
@@ -176,8 +174,8 @@ private Q_SLOTS:
         fixture->backend.answer(target::snapshots,
                                 Answer::http(200, snapshotsBody({"2024-01-02", "2024-03-04", "2023-05-06"})));
         int loading = 0;
-        const auto observation = store.isLoading.observe(
-            Published<bool>::Current::skip, Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
+        const auto observation =
+            store.isLoading.observe(Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
         await(store.loadSnapshots());
         QStringList dates;
         for (const auto& day : *store.availableSnapshots) {

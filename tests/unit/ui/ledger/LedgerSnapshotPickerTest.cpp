@@ -133,8 +133,7 @@ private Q_SLOTS:
         using Date = Published<std::optional<QString>>;
         int announced = 0;
         const auto observation = fixture.store().selectedSnapshotDate.observe(
-            Date::Current::skip, Date::Repeats::deliver,
-            [&](const std::optional<QString>& date) { announced += date ? 100 : 1; });
+            Date::Repeats::deliver, [&](const std::optional<QString>& date) { announced += date ? 100 : 1; });
         fixture.pick(0);
         drainEvents();
         QCOMPARE(announced, 1);
