@@ -1,8 +1,8 @@
 #include "auth/AuthError.h"
 #include "auth/AuthManager.h"
-#include "auth/EmailClaim.h"
 #include "auth/ProofKey.h"
 #include "auth/SessionConstants.h"
+#include "auth/TokenResponse.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
 

@@ -5,15 +5,10 @@
 #include "core/Promise.h"
 
 #include <QSocketNotifier>
-#include <QTcpServer>
 #include <QTimer>
 
 #include <cerrno>
-#include <deque>
-#include <exception>
-#include <optional>
 #include <utility>
-#include <variant>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -49,39 +44,19 @@ using Result = std::variant<LoopbackCallback, std::exception_ptr>;
 struct LoopbackListener::Wait {
     OnceFlag decided;
     Promise<Result> redirect;
-};
-
-/// Accepts connections, and makes the first request that one of them brings the result of the wait.
-class LoopbackListener::Server final : public QTcpServer {
-public:
-    Server();
-    [[nodiscard]] bool begin(quint16 port);
-    void abandon();
-
-    /// The connections stay, so that those accepted by now are answered.
-    void decide(Wait& wait, const Result& result);
-    void forgetSilent(const Connection* connection) { std::erase(silent, connection); }
-
-    std::optional<Task<Result>> redirect; ///< of the present wait, until somebody takes it
-
-protected:
-    void incomingConnection(qintptr descriptor) override;
-
-private:
-    std::shared_ptr<Wait> present = std::make_shared<Wait>();
-    std::deque<Connection*> silent;
-    std::unique_ptr<QObject> connections = std::make_unique<QObject>();
+    Task<Result> outcome = redirect.task();
 };
 
 /// Uses the descriptor itself, because Qt's sockets close altogether when the other side has sent its last,
 /// and then no page reaches a client that closes its sending half after the request.
 class LoopbackListener::Connection final : public QObject {
 public:
-    Connection(qintptr accepted, std::shared_ptr<Wait> acceptedDuring, Server& acceptedBy, QObject* parent)
+    Connection(qintptr accepted, std::shared_ptr<Wait> acceptedDuring, LoopbackListener& acceptedBy,
+               QObject* parent)
         : QObject(parent),
           descriptor(static_cast<int>(accepted)),
           wait(std::move(acceptedDuring)),
-          server(acceptedBy),
+          listener(acceptedBy),
           notifier(accepted, QSocketNotifier::Read) {
         connect(&notifier, &QSocketNotifier::activated, this, [this] { receive(); });
         patience.setSingleShot(true);
@@ -95,7 +70,7 @@ public:
     void linger() { patience.start(lingerTime); }
 
     void finish() {
-        server.forgetSilent(this);
+        std::erase(listener.silent, this);
         notifier.setEnabled(false);
         patience.stop();
         deleteLater();
@@ -123,7 +98,7 @@ private:
             return;
         }
         if (request.isEmpty()) {
-            server.forgetSilent(this);
+            std::erase(listener.silent, this);
             patience.start(requestTime);
         }
         request += piece;
@@ -152,13 +127,13 @@ private:
                                  MSG_NOSIGNAL | MSG_DONTWAIT));
         ::shutdown(descriptor, SHUT_WR);
         linger();
-        server.decide(*wait, callback ? Result(*callback)
-                                      : Result(std::make_exception_ptr(AuthError::badCallback())));
+        listener.decide(*wait, callback ? Result(*callback)
+                                        : Result(std::make_exception_ptr(AuthError::badCallback())));
     }
 
     int descriptor;
     std::shared_ptr<Wait> wait;
-    Server& server;
+    LoopbackListener& listener;
     QSocketNotifier notifier;
     QTimer patience;
     QByteArray request;
@@ -166,60 +141,25 @@ private:
     bool isAnswered = false;
 };
 
-LoopbackListener::Server::Server() {
+LoopbackListener::LoopbackListener() {
     connect(this, &QTcpServer::acceptError, this, [this] {
         const LocalizedError problem(errorString());
-        close(); // what cannot be accepted now is not waited for
+        QTcpServer::close(); // what cannot be accepted now is not waited for
         decide(*present, std::make_exception_ptr(problem));
     });
 }
 
-bool LoopbackListener::Server::begin(quint16 port) {
-    close();
-    present = std::make_shared<Wait>();
-    redirect = present->redirect.task();
-    return listen(QHostAddress::LocalHost, port);
-}
-
-void LoopbackListener::Server::abandon() {
-    close();
-    redirect.reset();
-    silent.clear();
-    connections = std::make_unique<QObject>();
-}
-
-void LoopbackListener::Server::incomingConnection(qintptr descriptor) {
-    silent.push_back(new Connection(descriptor, present, *this, connections.get()));
-    if (silent.size() > mostSilentConnections) {
-        silent.front()->finish();
-    }
-}
-
-void LoopbackListener::Server::decide(Wait& wait, const Result& result) {
-    if (!wait.decided.fire()) {
-        return;
-    }
-    wait.redirect.fulfil(result);
-    while (waitForNewConnection(0)) {
-        // The system has accepted these before the decision.
-    }
-    close();
-    for (auto* connection : silent) {
-        connection->linger();
-    }
-}
-
-LoopbackListener::LoopbackListener() : server(std::make_unique<Server>()) {}
-
 LoopbackListener::~LoopbackListener() = default;
 
 bool LoopbackListener::listen(quint16 port) {
-    return server->begin(port);
+    QTcpServer::close();
+    present = std::make_shared<Wait>();
+    return QTcpServer::listen(QHostAddress::LocalHost, port);
 }
 
 Task<LoopbackCallback> LoopbackListener::waitForCallback() {
-    auto redirect = *std::exchange(server->redirect, std::nullopt);
-    const auto result = co_await redirect;
+    auto outcome = std::move(present->outcome);
+    const auto result = co_await outcome;
     if (const auto* problem = std::get_if<std::exception_ptr>(&result)) {
         std::rethrow_exception(*problem);
     }
@@ -227,7 +167,30 @@ Task<LoopbackCallback> LoopbackListener::waitForCallback() {
 }
 
 void LoopbackListener::close() {
-    server->abandon();
+    QTcpServer::close();
+    silent.clear();
+    connections = std::make_unique<QObject>();
+}
+
+void LoopbackListener::incomingConnection(qintptr descriptor) {
+    silent.push_back(new Connection(descriptor, present, *this, connections.get()));
+    if (silent.size() > mostSilentConnections) {
+        silent.front()->finish();
+    }
+}
+
+void LoopbackListener::decide(Wait& wait, const Result& result) {
+    if (!wait.decided.fire()) {
+        return;
+    }
+    wait.redirect.fulfil(result);
+    while (waitForNewConnection(0)) {
+        // The system has accepted these before the decision.
+    }
+    QTcpServer::close();
+    for (auto* connection : silent) {
+        connection->linger();
+    }
 }
 
 } // namespace quillo

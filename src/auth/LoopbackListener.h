@@ -3,9 +3,12 @@
 #include "auth/LoopbackCallback.h"
 #include "core/Task.h"
 
-#include <QtGlobal>
+#include <QTcpServer>
 
+#include <deque>
+#include <exception>
 #include <memory>
+#include <variant>
 
 namespace quillo {
 
@@ -16,12 +19,10 @@ namespace quillo {
 /// line, by 16,384 bytes, by the end of the connection's sending half, or two seconds after its first byte.
 /// The first request decides; then the port is free again. Connections accepted before are answered all the
 /// same, also while a later sign-in waits, but change nothing.
-class LoopbackListener {
+class LoopbackListener final : private QTcpServer {
 public:
     LoopbackListener();
-    LoopbackListener(const LoopbackListener&) = delete;
-    LoopbackListener& operator=(const LoopbackListener&) = delete;
-    ~LoopbackListener();
+    ~LoopbackListener() override;
 
     /// Begins to wait for another redirect, on 127.0.0.1 only. False when the port is taken.
     [[nodiscard]] bool listen(quint16 port);
@@ -34,12 +35,18 @@ public:
     /// Frees the port and closes every connection at once. Whoever waits for the callback is not told.
     void close();
 
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
 private:
     class Connection;
-    class Server;
     struct Wait;
 
-    std::unique_ptr<Server> server;
+    void decide(Wait& wait, const std::variant<LoopbackCallback, std::exception_ptr>& result);
+
+    std::shared_ptr<Wait> present; ///< of the last `listen`
+    std::unique_ptr<QObject> connections = std::make_unique<QObject>();
+    std::deque<Connection*> silent;
 };
 
 } // namespace quillo
