@@ -36,13 +36,12 @@ AppStore::AppStore(const AppServices& surroundings)
         services.clock.startTimer(heartbeatInterval, Clock::Repeat::forever, [this] { start(tick()); });
     observeTriggers();
     observations.push_back(auth.objectWillChange.observe([this] { objectWillChange.emit(); }));
-    observations.push_back(auth.state.observe(Published<AuthState>::Current::skip,
-                                              Published<AuthState>::Repeats::suppress,
-                                              [this](const auto& state) {
-                                                  if (state.isSignedIn()) {
-                                                      tasks.spawnLater([this] { return refresh(); });
-                                                  }
-                                              }));
+    observations.push_back(
+        auth.state.observe(Published<AuthState>::Repeats::suppress, [this](const auto& state) {
+            if (state.isSignedIn()) {
+                tasks.spawnLater([this] { return refresh(); });
+            }
+        }));
     observations.push_back(services.secrets.becameAvailable.observe([this] {
         if (credentialsKnown) {
             start(takeUpCredentialsLate());
@@ -51,14 +50,13 @@ AppStore::AppStore(const AppServices& surroundings)
         }
     }));
     applyHotKey();
-    observations.push_back(settings.hotKeyEnabled.observe(Published<bool>::Current::skip,
-                                                          Published<bool>::Repeats::deliver, [this](bool) {
-                                                              // The announcement comes before the value.
-                                                              tasks.spawnLater([this]() -> Task<> {
-                                                                  applyHotKey();
-                                                                  co_return;
-                                                              });
-                                                          }));
+    observations.push_back(settings.hotKeyEnabled.observe(Published<bool>::Repeats::deliver, [this](bool) {
+        // The announcement comes before the value.
+        tasks.spawnLater([this]() -> Task<> {
+            applyHotKey();
+            co_return;
+        });
+    }));
     start(startUp());
 }
 
