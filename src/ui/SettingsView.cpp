@@ -3,10 +3,10 @@
 #include "settings/IntervalPreset.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 #include "ui/Environment.h"
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QEvent>
 #include <QFontInfo>
 #include <QGroupBox>
@@ -18,7 +18,6 @@
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -26,15 +25,8 @@ namespace quillo {
 
 namespace {
 
-constexpr double captionScale = 0.85;
 constexpr int sectionGap = 7;
 constexpr QMargins sectionMargins(10, 7, 10, 7);
-
-void colourText(QLabel* text, const QColor& colour) {
-    auto palette = text->palette();
-    palette.setColor(QPalette::WindowText, colour);
-    text->setPalette(palette);
-}
 
 /// Leaves the text alone while it says the same, so that a change elsewhere does not move the cursor.
 void showText(QLineEdit* field, const QString& text) {
@@ -48,12 +40,6 @@ void showState(QCheckBox* box, bool isOn) {
     const QSignalBlocker blocker(box);
     box->setChecked(isOn);
 }
-
-/// Leaves the wheel to the form around it: scrolling past it must not change it.
-class Picker final : public QComboBox {
-protected:
-    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
-};
 
 /// Titles stand out; what is in the section does not inherit that.
 void emphasiseTitle(QGroupBox* section) {

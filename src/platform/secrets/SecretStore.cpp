@@ -14,7 +14,7 @@ namespace quillo {
 
 namespace {
 
-const auto serviceName = u"org.freedesktop.secrets"_s;
+const auto busName = u"org.freedesktop.secrets"_s;
 
 Keychain::Change make(const QString& account, const std::optional<QString>& value) {
     return value ? Keychain::write(account, *value) : Keychain::remove(account);
@@ -24,8 +24,8 @@ Keychain::Change make(const QString& account, const std::optional<QString>& valu
 
 SecretStore::SecretStore(const QDBusConnection& sessionBus)
     : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
-          serviceName, u"/org/freedesktop/secrets"_s, sessionBus)),
-      serviceWatcher(std::make_unique<QDBusServiceWatcher>(serviceName, sessionBus,
+          busName, u"/org/freedesktop/secrets"_s, sessionBus)),
+      serviceWatcher(std::make_unique<QDBusServiceWatcher>(busName, sessionBus,
                                                            QDBusServiceWatcher::WatchForRegistration)),
       opener(*service) {
     watchService();

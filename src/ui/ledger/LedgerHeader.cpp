@@ -4,6 +4,7 @@
 #include "platform/symbols/Symbols.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 #include "ui/Environment.h"
 #include "ui/Fonts.h"
 #include "ui/MenuBarLabel.h"
@@ -28,7 +29,6 @@ constexpr double largeFigure = 36;
 constexpr double mediumFigure = 24;
 constexpr double leastFigureScale = 0.4;
 constexpr int figureSpacing = 10;
-constexpr double captionScale = 0.85;
 constexpr int spinnerSize = 28;
 constexpr int cardSymbolSize = 14;
 
@@ -45,12 +45,6 @@ QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFon
 
 QLabel* captionLabel(QWidget* parent) {
     return label(parent, parent->font().pointSizeF() * captionScale);
-}
-
-void colourText(QLabel* text, const QColor& colour) {
-    auto palette = text->palette();
-    palette.setColor(QPalette::WindowText, colour);
-    text->setPalette(palette);
 }
 
 QString dollars(double amount) {

@@ -1,6 +1,7 @@
 #include "auth/TokenResponse.h"
 #include "auth/EmailClaim.h"
 #include "model/DecodingError.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -88,5 +89,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TokenResponseTest)
+QUILLO_TEST(TokenResponseTest, QCoreApplication)
 #include "TokenResponseTest.moc"

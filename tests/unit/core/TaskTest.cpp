@@ -2,6 +2,7 @@
 #include "core/LocalizedError.h"
 #include "core/TaskScope.h"
 #include "support/ManualClock.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QNetworkAccessManager>
@@ -394,5 +395,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TaskTest)
+QUILLO_TEST(TaskTest, QCoreApplication)
 #include "TaskTest.moc"

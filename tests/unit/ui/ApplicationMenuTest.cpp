@@ -2,10 +2,12 @@
 
 #include "BuildConfiguration.h"
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
 
+#include <QApplication>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -167,5 +169,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ApplicationMenuTest)
+QUILLO_TEST(ApplicationMenuTest, QApplication)
 #include "ApplicationMenuTest.moc"

@@ -2,6 +2,7 @@
 
 #include "platform/tray/MenuTree.h"
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Environment.h"
 #include "ui/MenuLines.h"
@@ -565,5 +566,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(MenuBarContentTest)
+QUILLO_TEST(MenuBarContentTest, QCoreApplication)
 #include "MenuBarContentTest.moc"

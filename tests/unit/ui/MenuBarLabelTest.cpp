@@ -2,6 +2,7 @@
 
 #include "store/StoreFixture.h"
 #include "support/ChildProcess.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Environment.h"
 
@@ -194,5 +195,5 @@ private:
     int opened = 0;
 };
 
-QTEST_GUILESS_MAIN(MenuBarLabelTest)
+QUILLO_TEST(MenuBarLabelTest, QCoreApplication)
 #include "MenuBarLabelTest.moc"

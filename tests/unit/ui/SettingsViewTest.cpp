@@ -2,6 +2,7 @@
 
 #include "settings/IntervalPreset.h"
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Colours.h"
 #include "ui/Environment.h"
@@ -352,5 +353,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SettingsViewTest)
+QUILLO_TEST(SettingsViewTest, QApplication)
 #include "SettingsViewTest.moc"

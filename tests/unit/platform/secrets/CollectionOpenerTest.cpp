@@ -2,6 +2,7 @@
 
 #include "platform/secrets/SecretServiceInterface.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusContext>
@@ -188,5 +189,5 @@ private:
     std::unique_ptr<CollectionOpener> opener;
 };
 
-QTEST_GUILESS_MAIN(CollectionOpenerTest)
+QUILLO_TEST(CollectionOpenerTest, QCoreApplication)
 #include "CollectionOpenerTest.moc"

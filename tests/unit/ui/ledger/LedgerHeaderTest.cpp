@@ -1,8 +1,10 @@
 #include "ui/ledger/LedgerHeader.h"
 
+#include "support/TestMain.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerFixture.h"
 
+#include <QApplication>
 #include <QSignalSpy>
 
 using namespace quillo;
@@ -246,5 +248,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerHeaderTest)
+QUILLO_TEST(LedgerHeaderTest, QApplication)
 #include "LedgerHeaderTest.moc"

@@ -1,10 +1,12 @@
 #include "model/Timeline.h"
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "ui/Environment.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerTable.h"
 #include "ui/ledger/LedgerTableStyle.h"
 
+#include <QApplication>
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
@@ -117,5 +119,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerLooksTest)
+QUILLO_TEST(LedgerLooksTest, QApplication)
 #include "LedgerLooksTest.moc"

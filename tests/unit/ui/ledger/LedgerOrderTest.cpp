@@ -1,4 +1,5 @@
 #include "ui/ledger/LedgerOrder.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -91,5 +92,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LedgerOrderTest)
+QUILLO_TEST(LedgerOrderTest, QCoreApplication)
 #include "LedgerOrderTest.moc"

@@ -1,4 +1,5 @@
 #include "ui/ledger/LedgerRows.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -210,5 +211,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LedgerRowsTest)
+QUILLO_TEST(LedgerRowsTest, QCoreApplication)
 #include "LedgerRowsTest.moc"

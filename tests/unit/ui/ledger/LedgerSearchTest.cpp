@@ -1,4 +1,5 @@
 #include "ui/ledger/LedgerSearch.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -84,5 +85,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LedgerSearchTest)
+QUILLO_TEST(LedgerSearchTest, QCoreApplication)
 #include "LedgerSearchTest.moc"

@@ -1,9 +1,11 @@
 #include "ui/ledger/LedgerView.h"
 
 #include "support/LoopStallProbe.h"
+#include "support/TestMain.h"
 #include "ui/ledger/LedgerFixture.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QComboBox>
 #include <QWheelEvent>
 
@@ -238,5 +240,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerSnapshotPickerTest)
+QUILLO_TEST(LedgerSnapshotPickerTest, QApplication)
 #include "LedgerSnapshotPickerTest.moc"

@@ -1,5 +1,6 @@
 #include "ui/ledger/LedgerTableModel.h"
 
+#include "support/TestMain.h"
 #include "ui/ledger/LedgerLines.h"
 
 #include <QAbstractItemModelTester>
@@ -205,5 +206,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LedgerTableModelTest)
+QUILLO_TEST(LedgerTableModelTest, QCoreApplication)
 #include "LedgerTableModelTest.moc"

@@ -1,9 +1,11 @@
 #include "ui/ledger/LedgerView.h"
 
+#include "support/TestMain.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerFixture.h"
 #include "ui/ledger/LedgerTable.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLineEdit>
@@ -284,5 +286,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerViewTest)
+QUILLO_TEST(LedgerViewTest, QApplication)
 #include "LedgerViewTest.moc"
