@@ -19,7 +19,9 @@ endif()
 add_library(quillo_compile INTERFACE)
 # Nothing of the checkout's own place gets into what is built.
 target_compile_options(quillo_compile INTERFACE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
-target_compile_options(quillo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -fpch-preprocess)
+# Of clang it is clang-tidy that judges.
+target_compile_options(quillo_compile INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wall;-Wextra;-Wpedantic;-Wconversion;-Wshadow;-fpch-preprocess>)
 target_compile_definitions(quillo_compile INTERFACE
     QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_CAST_FROM_BYTEARRAY QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
@@ -64,8 +66,7 @@ function(quillo_add_interfaces folder)
         list(POP_FRONT ARGN file class)
         qt_add_dbus_interface(generated ${file} ${class})
     endwhile()
-    set_source_files_properties(${generated} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
-    target_sources(${name} PRIVATE ${generated})
+    quillo_add_generated(${name} ${generated})
 endfunction()
 
 # quillo_add_adaptor(FOLDER FILE CLASS ADAPTOR): the adaptor that puts the class of CLASS.h in this folder on the
@@ -73,7 +74,17 @@ endfunction()
 function(quillo_add_adaptor folder file class adaptor)
     string(REPLACE "/" "_" name "quillo_${folder}")
     qt_add_dbus_adaptor(generated ${file} ${folder}/${class}.h quillo::${class} ${adaptor} ${adaptor})
-    set_source_files_properties(${generated} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
-    target_sources(${name} PRIVATE ${generated})
+    quillo_add_generated(${name} ${generated})
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+endfunction()
+
+# Generated sources of a target. The target quillo_generated makes all of them and compiles nothing.
+add_custom_target(quillo_generated)
+function(quillo_add_generated name)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+    target_sources(${name} PRIVATE ${ARGN})
+    list(GET ARGN 0 first)
+    cmake_path(GET first STEM label)
+    add_custom_target(${label}_generated DEPENDS ${ARGN})
+    add_dependencies(quillo_generated ${label}_generated)
 endfunction()

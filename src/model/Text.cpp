@@ -47,7 +47,7 @@ bool Text::equals(const Text& other) const noexcept {
 
 std::size_t Text::hash(std::size_t seed) const noexcept {
     if (!has_value()) {
-        return qHash(nullptr, seed);
+        return ::qHash(nullptr, seed);
     }
     const QUtf8StringView bytes = utf8();
     return qHashBits(bytes.data(), static_cast<std::size_t>(bytes.size()), seed);

@@ -3,10 +3,10 @@
 #include "settings/IntervalPreset.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 #include "ui/ViewUpdates.h"
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFontInfo>
@@ -20,7 +20,6 @@
 #include <QStyle>
 #include <QVBoxLayout>
 #include <QValidator>
-#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -30,15 +29,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr double captionScale = 0.85;
 constexpr int sectionGap = 7;
 constexpr QMargins sectionMargins(10, 7, 10, 7);
-
-void colourText(QLabel* text, const QColor& colour) {
-    auto palette = text->palette();
-    palette.setColor(QPalette::WindowText, colour);
-    text->setPalette(palette);
-}
 
 QString withoutLineBreaks(QString text) {
     text.removeIf([](QChar each) {
@@ -74,12 +66,6 @@ void showState(QCheckBox* box, bool isOn) {
     const QSignalBlocker blocker(box);
     box->setChecked(isOn);
 }
-
-/// Leaves the wheel to the form around it: scrolling past it must not change it.
-class Picker final : public QComboBox {
-protected:
-    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
-};
 
 /// Titles stand out; what is in the section does not inherit that.
 void emphasiseTitle(QGroupBox* section) {

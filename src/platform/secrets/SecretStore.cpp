@@ -17,7 +17,7 @@ namespace {
 
 using Collection = Keychain::Collection;
 
-const auto serviceName = u"org.freedesktop.secrets"_s;
+const auto busName = u"org.freedesktop.secrets"_s;
 
 bool isUsable(Collection collection) {
     return collection == Collection::unlocked || collection == Collection::missing;
@@ -27,8 +27,8 @@ bool isUsable(Collection collection) {
 
 SecretStore::SecretStore(const QDBusConnection& sessionBus)
     : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
-          serviceName, u"/org/freedesktop/secrets"_s, sessionBus)),
-      serviceWatcher(std::make_unique<QDBusServiceWatcher>(serviceName, sessionBus,
+          busName, u"/org/freedesktop/secrets"_s, sessionBus)),
+      serviceWatcher(std::make_unique<QDBusServiceWatcher>(busName, sessionBus,
                                                            QDBusServiceWatcher::WatchForRegistration)) {
     watchService();
 }

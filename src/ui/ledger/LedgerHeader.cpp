@@ -2,6 +2,7 @@
 
 #include "platform/symbols/Symbols.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 #include "ui/Fonts.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerBanner.h"
@@ -25,7 +26,6 @@ constexpr double largeFigure = 36;
 constexpr double mediumFigure = 24;
 constexpr double leastFigureScale = 0.4;
 constexpr int figureSpacing = 10;
-constexpr double captionScale = 0.85;
 constexpr int spinnerSize = 28;
 constexpr int cardSymbolSize = 14;
 
@@ -42,12 +42,6 @@ QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFon
 
 QLabel* captionLabel(QWidget* parent) {
     return label(parent, parent->font().pointSizeF() * captionScale);
-}
-
-void colourText(QLabel* text, const QColor& colour) {
-    auto palette = text->palette();
-    palette.setColor(QPalette::WindowText, colour);
-    text->setPalette(palette);
 }
 
 /// The lines of the header read from left to right, also when they begin with an amount in a script that does

@@ -2,6 +2,7 @@
 
 #include "platform/symbols/Symbols.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerTable.h"
@@ -15,7 +16,6 @@
 #include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 
 namespace quillo {
 
@@ -28,15 +28,6 @@ constexpr int searchWidth = 220;
 
 /// Room for a date and an amount of four digits.
 constexpr int pickerLetters = 17;
-
-/// Wheel turns over a picker scroll nothing and would change the ledger by accident.
-class Picker final : public QComboBox {
-public:
-    using QComboBox::QComboBox;
-
-protected:
-    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
-};
 
 } // namespace
 

@@ -5,6 +5,7 @@
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QJsonDocument>
@@ -146,5 +147,5 @@ private:
     QString issued;
 };
 
-QTEST_GUILESS_MAIN(AuthManagerProviderTest)
+QUILLO_TEST(AuthManagerProviderTest, QCoreApplication)
 #include "AuthManagerProviderTest.moc"

@@ -5,6 +5,7 @@
 #include "support/LoopStallProbe.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QHostAddress>
@@ -418,5 +419,5 @@ private:
     std::unique_ptr<AuthFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AuthManagerSignInTest)
+QUILLO_TEST(AuthManagerSignInTest, QCoreApplication)
 #include "AuthManagerSignInTest.moc"

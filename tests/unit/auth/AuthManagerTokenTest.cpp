@@ -3,6 +3,7 @@
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -377,5 +378,5 @@ private:
     std::unique_ptr<AuthFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AuthManagerTokenTest)
+QUILLO_TEST(AuthManagerTokenTest, QCoreApplication)
 #include "AuthManagerTokenTest.moc"

@@ -1,4 +1,5 @@
 #include "auth/LoopbackCallback.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -95,5 +96,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LoopbackCallbackTest)
+QUILLO_TEST(LoopbackCallbackTest, QCoreApplication)
 #include "LoopbackCallbackTest.moc"

@@ -1,5 +1,6 @@
 #include "auth/LoopbackListener.h"
 #include "auth/AuthError.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QHostAddress>
@@ -344,5 +345,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LoopbackListenerTest)
+QUILLO_TEST(LoopbackListenerTest, QCoreApplication)
 #include "LoopbackListenerTest.moc"

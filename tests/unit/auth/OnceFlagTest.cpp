@@ -1,4 +1,5 @@
 #include "auth/OnceFlag.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -39,5 +40,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(OnceFlagTest)
+QUILLO_TEST(OnceFlagTest, QCoreApplication)
 #include "OnceFlagTest.moc"

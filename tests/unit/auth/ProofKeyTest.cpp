@@ -1,4 +1,5 @@
 #include "auth/ProofKey.h"
+#include "support/TestMain.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -37,5 +38,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProofKeyTest)
+QUILLO_TEST(ProofKeyTest, QCoreApplication)
 #include "ProofKeyTest.moc"

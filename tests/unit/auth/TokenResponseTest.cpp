@@ -1,5 +1,6 @@
 #include "auth/TokenResponse.h"
 #include "model/DecodingError.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -87,5 +88,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TokenResponseTest)
+QUILLO_TEST(TokenResponseTest, QCoreApplication)
 #include "TokenResponseTest.moc"

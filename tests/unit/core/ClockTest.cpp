@@ -1,5 +1,6 @@
 #include "core/Clock.h"
 #include "support/ManualClock.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -99,5 +100,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ClockTest)
+QUILLO_TEST(ClockTest, QCoreApplication)
 #include "ClockTest.moc"

@@ -1,4 +1,5 @@
 #include "core/PlainText.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -87,5 +88,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PlainTextTest)
+QUILLO_TEST(PlainTextTest, QCoreApplication)
 #include "PlainTextTest.moc"

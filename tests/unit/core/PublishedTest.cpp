@@ -1,4 +1,5 @@
 #include "core/Published.h"
+#include "support/TestMain.h"
 
 #include <QStringList>
 #include <QTest>
@@ -133,5 +134,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PublishedTest)
+QUILLO_TEST(PublishedTest, QCoreApplication)
 #include "PublishedTest.moc"

@@ -3,6 +3,7 @@
 #include "core/Promise.h"
 #include "core/TaskScope.h"
 #include "support/ManualClock.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QNetworkAccessManager>
@@ -389,5 +390,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TaskTest)
+QUILLO_TEST(TaskTest, QCoreApplication)
 #include "TaskTest.moc"

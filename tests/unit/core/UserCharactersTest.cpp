@@ -1,4 +1,5 @@
 #include "core/UserCharacters.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -38,5 +39,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(UserCharactersTest)
+QUILLO_TEST(UserCharactersTest, QCoreApplication)
 #include "UserCharactersTest.moc"

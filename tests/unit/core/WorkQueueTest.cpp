@@ -2,6 +2,7 @@
 
 #include "core/LocalizedError.h"
 #include "core/TaskScope.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -182,5 +183,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(WorkQueueTest)
+QUILLO_TEST(WorkQueueTest, QCoreApplication)
 #include "WorkQueueTest.moc"

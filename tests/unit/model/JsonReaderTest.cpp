@@ -1,6 +1,7 @@
 #include "model/JsonReader.h"
 
 #include "DecodingFailure.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -372,5 +373,5 @@ void JsonReaderTest::theErrorQuotesNoValue() {
     }
 }
 
-QTEST_GUILESS_MAIN(JsonReaderTest)
+QUILLO_TEST(JsonReaderTest, QCoreApplication)
 #include "JsonReaderTest.moc"

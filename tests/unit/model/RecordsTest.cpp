@@ -1,6 +1,7 @@
 #include "model/SnapshotListResponse.h"
 #include "model/StatusResponse.h"
 #include "model/Timeline.h"
+#include "support/TestMain.h"
 
 #include <QLocale>
 #include <QSet>
@@ -310,5 +311,5 @@ void RecordsTest::summariesThatDifferInOneMemberAreNotEqual() {
     QCOMPARE(set.size(), 8);
 }
 
-QTEST_GUILESS_MAIN(RecordsTest)
+QUILLO_TEST(RecordsTest, QCoreApplication)
 #include "RecordsTest.moc"

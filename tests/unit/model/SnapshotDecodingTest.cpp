@@ -1,6 +1,7 @@
 #include "model/Decoding.h"
 
 #include "DecodingFailure.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -108,5 +109,5 @@ void SnapshotDecodingTest::oneBadMemberFailsTheWholeList() {
     QCOMPARE(decodingFailure([&] { return decodeSnapshotListResponse(body); }), failure);
 }
 
-QTEST_GUILESS_MAIN(SnapshotDecodingTest)
+QUILLO_TEST(SnapshotDecodingTest, QCoreApplication)
 #include "SnapshotDecodingTest.moc"

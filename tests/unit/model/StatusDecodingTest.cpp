@@ -1,6 +1,7 @@
 #include "model/Decoding.h"
 
 #include "DecodingFailure.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -146,5 +147,5 @@ void StatusDecodingTest::oneBadMemberFailsTheWholeBody() {
     QCOMPARE(decodingFailure([&] { return decodeStatusResponse(body); }), failure);
 }
 
-QTEST_GUILESS_MAIN(StatusDecodingTest)
+QUILLO_TEST(StatusDecodingTest, QCoreApplication)
 #include "StatusDecodingTest.moc"

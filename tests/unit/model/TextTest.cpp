@@ -1,5 +1,6 @@
 #include "model/Text.h"
 #include "model/TextPool.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -156,5 +157,5 @@ void TextTest::thePoolKeepsEveryOfManyTexts() {
     QCOMPARE(made, count);
 }
 
-QTEST_GUILESS_MAIN(TextTest)
+QUILLO_TEST(TextTest, QCoreApplication)
 #include "TextTest.moc"

@@ -1,6 +1,7 @@
 #include "model/Decoding.h"
 
 #include "DecodingFailure.h"
+#include "support/TestMain.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -387,5 +388,5 @@ void TimelineDecodingTest::decodedTextsOutliveTheBody() {
     QCOMPARE(timeline.transactions.front().date, u"2024-05-01"_s);
 }
 
-QTEST_GUILESS_MAIN(TimelineDecodingTest)
+QUILLO_TEST(TimelineDecodingTest, QCoreApplication)
 #include "TimelineDecodingTest.moc"

@@ -5,6 +5,7 @@
 #include "support/LoopStallProbe.h"
 #include "support/ScriptedServer.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -563,5 +564,5 @@ void APIClientTest::theClientMayGoWhileItsRequestsRun() {
     QCOMPARE(await(std::move(task))->totalOwed, 1.0);
 }
 
-QTEST_GUILESS_MAIN(APIClientTest)
+QUILLO_TEST(APIClientTest, QCoreApplication)
 #include "APIClientTest.moc"

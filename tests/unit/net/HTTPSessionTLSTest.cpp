@@ -4,6 +4,7 @@
 #include "support/LoopStallProbe.h"
 #include "support/ScriptedServer.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTcpServer>
@@ -266,5 +267,5 @@ void HTTPSessionTLSTest::droppingTheTaskClosesItsConnection() {
     QVERIFY2(stall < LoopStallProbe::budget, qPrintable(QString::number(stall.count()) + u" ms"_s));
 }
 
-QTEST_GUILESS_MAIN(HTTPSessionTLSTest)
+QUILLO_TEST(HTTPSessionTLSTest, QCoreApplication)
 #include "HTTPSessionTLSTest.moc"

@@ -2,6 +2,7 @@
 
 #include "net/Sending.h"
 #include "support/ScriptedServer.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -401,5 +402,5 @@ void HTTPSessionTest::theSessionMayGoWhileItsRequestsRun() {
     QCOMPARE(await(std::move(task)).body, QByteArray("ok"));
 }
 
-QTEST_GUILESS_MAIN(HTTPSessionTest)
+QUILLO_TEST(HTTPSessionTest, QCoreApplication)
 #include "HTTPSessionTest.moc"

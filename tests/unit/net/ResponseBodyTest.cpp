@@ -3,6 +3,7 @@
 #include "net/Sending.h"
 #include "support/LoopStallProbe.h"
 #include "support/ScriptedServer.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QElapsedTimer>
@@ -368,5 +369,5 @@ void ResponseBodyTest::nothingBlocksTheLoop() {
     QVERIFY2(stall < LoopStallProbe::budget, qPrintable(QString::number(stall.count()) + u" ms"_s));
 }
 
-QTEST_GUILESS_MAIN(ResponseBodyTest)
+QUILLO_TEST(ResponseBodyTest, QCoreApplication)
 #include "ResponseBodyTest.moc"

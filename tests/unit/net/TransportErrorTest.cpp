@@ -2,6 +2,7 @@
 
 #include "net/Sending.h"
 #include "support/ScriptedServer.h"
+#include "support/TestMain.h"
 
 #include <QNetworkReply>
 #include <QTest>
@@ -120,5 +121,5 @@ void TransportErrorTest::aServerThatIsNotThereIsUnreachable() {
     QCOMPARE(failure->errorDescription(), u"127.0.0.1:%1 refused the connection."_s.arg(server.port()));
 }
 
-QTEST_GUILESS_MAIN(TransportErrorTest)
+QUILLO_TEST(TransportErrorTest, QCoreApplication)
 #include "TransportErrorTest.moc"

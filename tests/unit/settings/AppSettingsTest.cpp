@@ -7,6 +7,7 @@
 #include "settings/IntervalPreset.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDir>
@@ -251,5 +252,5 @@ private:
     QString path;
 };
 
-QTEST_GUILESS_MAIN(AppSettingsTest)
+QUILLO_TEST(AppSettingsTest, QCoreApplication)
 #include "AppSettingsTest.moc"

@@ -1,4 +1,5 @@
 #include "settings/IntervalPreset.h"
+#include "support/TestMain.h"
 
 #include <QSet>
 #include <QTest>
@@ -37,5 +38,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(IntervalPresetTest)
+QUILLO_TEST(IntervalPresetTest, QCoreApplication)
 #include "IntervalPresetTest.moc"

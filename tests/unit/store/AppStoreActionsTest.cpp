@@ -1,6 +1,7 @@
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDir>
@@ -219,5 +220,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreActionsTest)
+QUILLO_TEST(AppStoreActionsTest, QCoreApplication)
 #include "AppStoreActionsTest.moc"

@@ -3,6 +3,7 @@
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
 #include "support/ScriptedPrompter.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -301,5 +302,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreCredentialsTest)
+QUILLO_TEST(AppStoreCredentialsTest, QCoreApplication)
 #include "AppStoreCredentialsTest.moc"

@@ -1,6 +1,7 @@
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -44,5 +45,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreHotKeyTest)
+QUILLO_TEST(AppStoreHotKeyTest, QCoreApplication)
 #include "AppStoreHotKeyTest.moc"

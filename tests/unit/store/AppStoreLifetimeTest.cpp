@@ -2,6 +2,7 @@
 #include "support/LoopStallProbe.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QCoreApplication>
@@ -139,5 +140,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreLifetimeTest)
+QUILLO_TEST(AppStoreLifetimeTest, QCoreApplication)
 #include "AppStoreLifetimeTest.moc"

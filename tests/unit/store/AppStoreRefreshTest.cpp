@@ -2,6 +2,7 @@
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -333,5 +334,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreRefreshTest)
+QUILLO_TEST(AppStoreRefreshTest, QCoreApplication)
 #include "AppStoreRefreshTest.moc"

@@ -2,6 +2,7 @@
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -269,5 +270,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreTriggersTest)
+QUILLO_TEST(AppStoreTriggersTest, QCoreApplication)
 #include "AppStoreTriggersTest.moc"

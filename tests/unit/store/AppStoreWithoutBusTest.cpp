@@ -1,5 +1,6 @@
 #include "store/StoreFixture.h"
 #include "support/LoopStallProbe.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -41,5 +42,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(AppStoreWithoutBusTest)
+QUILLO_TEST(AppStoreWithoutBusTest, QCoreApplication)
 #include "AppStoreWithoutBusTest.moc"

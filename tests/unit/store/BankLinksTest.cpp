@@ -1,4 +1,5 @@
 #include "store/BankLinks.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -145,5 +146,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(BankLinksTest)
+QUILLO_TEST(BankLinksTest, QCoreApplication)
 #include "BankLinksTest.moc"

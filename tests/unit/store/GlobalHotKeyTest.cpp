@@ -1,8 +1,10 @@
 #include "store/GlobalHotKey.h"
 
 #include "platform/desktop/ActivationToken.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
+#include <QGuiApplication>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -201,5 +203,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(GlobalHotKeyTest)
+QUILLO_TEST(GlobalHotKeyTest, QGuiApplication)
 #include "GlobalHotKeyTest.moc"

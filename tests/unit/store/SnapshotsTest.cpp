@@ -1,6 +1,7 @@
 #include "store/StoreFixture.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -217,5 +218,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(SnapshotsTest)
+QUILLO_TEST(SnapshotsTest, QCoreApplication)
 #include "SnapshotsTest.moc"

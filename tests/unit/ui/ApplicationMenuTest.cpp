@@ -1,9 +1,11 @@
 #include "ui/ApplicationMenu.h"
 
 #include "BuildConfiguration.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/MenuRenderer.h"
 
+#include <QApplication>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -192,5 +194,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ApplicationMenuTest)
+QUILLO_TEST(ApplicationMenuTest, QApplication)
 #include "ApplicationMenuTest.moc"

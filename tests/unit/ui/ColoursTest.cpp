@@ -1,5 +1,7 @@
 #include "ui/Colours.h"
+#include "support/TestMain.h"
 
+#include <QApplication>
 #include <QPalette>
 #include <QSet>
 #include <QTest>
@@ -69,5 +71,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(ColoursTest)
+QUILLO_TEST(ColoursTest, QApplication)
 #include "ColoursTest.moc"

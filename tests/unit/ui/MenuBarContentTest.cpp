@@ -1,6 +1,7 @@
 #include "ui/MenuBarContent.h"
 
 #include "platform/tray/MenuTree.h"
+#include "support/TestMain.h"
 #include "ui/MenuLines.h"
 
 #include <QRegularExpression>
@@ -533,5 +534,5 @@ private:
     }
 };
 
-QTEST_APPLESS_MAIN(MenuBarContentTest)
+QUILLO_TEST(MenuBarContentTest, QCoreApplication)
 #include "MenuBarContentTest.moc"

@@ -1,4 +1,5 @@
 #include "ui/MenuBarLabel.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -135,5 +136,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(MenuBarLabelTest)
+QUILLO_TEST(MenuBarLabelTest, QCoreApplication)
 #include "MenuBarLabelTest.moc"

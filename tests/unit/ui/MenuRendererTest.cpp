@@ -1,5 +1,6 @@
 #include "ui/MenuRenderer.h"
 
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Colours.h"
 
@@ -398,5 +399,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(MenuRendererTest)
+QUILLO_TEST(MenuRendererTest, QApplication)
 #include "MenuRendererTest.moc"

@@ -1,6 +1,7 @@
 #include "ui/MenuTracking.h"
 
 #include "platform/desktop/NotificationCenter.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QAbstractItemView>
@@ -110,5 +111,5 @@ private:
     QComboBox* picker = nullptr;
 };
 
-QTEST_MAIN(MenuTrackingTest)
+QUILLO_TEST(MenuTrackingTest, QApplication)
 #include "MenuTrackingTest.moc"

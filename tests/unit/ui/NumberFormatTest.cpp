@@ -1,6 +1,7 @@
 #include "ui/NumberFormat.h"
 
 #include "support/ChildProcess.h"
+#include "support/TestMain.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -166,5 +167,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(NumberFormatTest)
+QUILLO_TEST(NumberFormatTest, QCoreApplication)
 #include "NumberFormatTest.moc"

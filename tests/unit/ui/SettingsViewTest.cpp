@@ -2,6 +2,7 @@
 
 #include "settings/IntervalPreset.h"
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Colours.h"
 
@@ -469,5 +470,5 @@ private:
     QString origin;
 };
 
-QTEST_MAIN(SettingsViewTest)
+QUILLO_TEST(SettingsViewTest, QApplication)
 #include "SettingsViewTest.moc"

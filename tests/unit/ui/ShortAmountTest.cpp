@@ -1,4 +1,5 @@
 #include "ui/ShortAmount.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -55,5 +56,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ShortAmountTest)
+QUILLO_TEST(ShortAmountTest, QCoreApplication)
 #include "ShortAmountTest.moc"

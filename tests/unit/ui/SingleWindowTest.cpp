@@ -1,5 +1,6 @@
 #include "ui/SingleWindow.h"
 
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QApplication>
@@ -184,5 +185,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SingleWindowTest)
+QUILLO_TEST(SingleWindowTest, QApplication)
 #include "SingleWindowTest.moc"

@@ -1,6 +1,7 @@
 #include "ui/ViewUpdates.h"
 
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -109,5 +110,5 @@ private:
     std::unique_ptr<StoreFixture> fixture;
 };
 
-QTEST_GUILESS_MAIN(ViewUpdatesTest)
+QUILLO_TEST(ViewUpdatesTest, QCoreApplication)
 #include "ViewUpdatesTest.moc"

@@ -340,9 +340,9 @@ private Q_SLOTS:
     void twoProcessesThatWriteAtOnceLoseNothing() {
         constexpr int count = 40;
         ChildProcess one(QCoreApplication::applicationFilePath(),
-                         {u"--set-keys"_s, path, u"one"_s, QString::number(count)});
+                         {u"UserDefaultsTest"_s, u"--set-keys"_s, path, u"one"_s, QString::number(count)});
         ChildProcess two(QCoreApplication::applicationFilePath(),
-                         {u"--set-keys"_s, path, u"two"_s, QString::number(count)});
+                         {u"UserDefaultsTest"_s, u"--set-keys"_s, path, u"two"_s, QString::number(count)});
         QCOMPARE(one.waitForExit(60s), 0);
         QCOMPARE(two.waitForExit(60s), 0);
         const auto written = objectIn(path);
@@ -355,7 +355,8 @@ private Q_SLOTS:
 
     void aProcessThatIsKilledLeavesTheOldOrTheNewFile() {
         for (int round = 0; round < 25; ++round) {
-            ChildProcess writer(QCoreApplication::applicationFilePath(), {u"--write-for-ever"_s, path});
+            ChildProcess writer(QCoreApplication::applicationFilePath(),
+                                {u"UserDefaultsTest"_s, u"--write-for-ever"_s, path});
             for (int written = 0; written <= round % 5; ++written) {
                 static_cast<void>(writer.readLine());
             }
@@ -386,7 +387,8 @@ private:
     QString path;
 };
 
-int main(int argc, char** argv) {
+/// Started by its own tests, too, to write as another process.
+int UserDefaultsTestMain(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     const auto arguments = QCoreApplication::arguments();
     if (arguments.value(1) == u"--set-keys"_s) {

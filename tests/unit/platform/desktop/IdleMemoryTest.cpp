@@ -1,5 +1,6 @@
 #include "platform/desktop/IdleMemory.h"
 
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QElapsedTimer>
@@ -55,5 +56,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(IdleMemoryTest)
+QUILLO_TEST(IdleMemoryTest, QCoreApplication)
 #include "IdleMemoryTest.moc"

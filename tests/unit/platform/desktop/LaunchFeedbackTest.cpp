@@ -1,5 +1,6 @@
 #include "platform/desktop/LaunchFeedback.h"
 
+#include "support/TestMain.h"
 #include "support/VirtualDisplay.h"
 #include "support/Wait.h"
 
@@ -86,5 +87,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LaunchFeedbackTest)
+QUILLO_TEST(LaunchFeedbackTest, QCoreApplication)
 #include "LaunchFeedbackTest.moc"

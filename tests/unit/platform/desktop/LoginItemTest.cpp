@@ -2,6 +2,7 @@
 
 #include "BuildConfiguration.h"
 #include "support/ChildProcess.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDir>
@@ -354,5 +355,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LoginItemTest)
+QUILLO_TEST(LoginItemTest, QCoreApplication)
 #include "LoginItemTest.moc"

@@ -1,5 +1,6 @@
 #include "platform/desktop/LoginItemWatch.h"
 
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDir>
@@ -124,5 +125,5 @@ private:
     int changes = 0;
 };
 
-QTEST_GUILESS_MAIN(LoginItemWatchTest)
+QUILLO_TEST(LoginItemWatchTest, QCoreApplication)
 #include "LoginItemWatchTest.moc"

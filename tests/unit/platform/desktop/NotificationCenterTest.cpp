@@ -2,6 +2,7 @@
 
 #include "platform/desktop/ActivationToken.h"
 #include "platform/desktop/ApplicationActivity.h"
+#include "support/TestMain.h"
 
 #include <QGuiApplication>
 #include <QTest>
@@ -83,5 +84,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(NotificationCenterTest)
+QUILLO_TEST(NotificationCenterTest, QGuiApplication)
 #include "NotificationCenterTest.moc"

@@ -3,6 +3,7 @@
 #include "platform/desktop/ActivationToken.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QCoreApplication>
@@ -258,5 +259,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SingleInstanceTest)
+QUILLO_TEST(SingleInstanceTest, QCoreApplication)
 #include "SingleInstanceTest.moc"

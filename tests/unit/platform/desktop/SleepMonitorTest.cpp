@@ -3,6 +3,7 @@
 #include "platform/desktop/NotificationCenter.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusConnectionInterface>
@@ -133,5 +134,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SleepMonitorTest)
+QUILLO_TEST(SleepMonitorTest, QCoreApplication)
 #include "SleepMonitorTest.moc"

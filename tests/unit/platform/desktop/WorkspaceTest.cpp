@@ -1,6 +1,7 @@
 #include "platform/desktop/Workspace.h"
 
 #include "support/ChildProcess.h"
+#include "support/TestMain.h"
 #include "support/VirtualDisplay.h"
 #include "support/Wait.h"
 
@@ -89,5 +90,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(WorkspaceTest)
+QUILLO_TEST(WorkspaceTest, QCoreApplication)
 #include "WorkspaceTest.moc"

@@ -2,6 +2,7 @@
 
 #include "platform/hotkey/PortalHotKeys.h"
 #include "platform/hotkey/PortalShortcut.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -43,5 +44,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(HotKeyServiceTest)
+QUILLO_TEST(HotKeyServiceTest, QCoreApplication)
 #include "HotKeyServiceTest.moc"

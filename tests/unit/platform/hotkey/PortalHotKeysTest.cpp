@@ -3,6 +3,7 @@
 #include "platform/hotkey/ScriptedPortal.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusConnectionInterface>
@@ -371,5 +372,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PortalHotKeysTest)
+QUILLO_TEST(PortalHotKeysTest, QCoreApplication)
 #include "PortalHotKeysTest.moc"

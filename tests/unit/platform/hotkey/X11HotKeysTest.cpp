@@ -2,6 +2,7 @@
 
 #include "platform/hotkey/X11Keyboard.h"
 #include "support/ChildProcess.h"
+#include "support/TestMain.h"
 #include "support/VirtualDisplay.h"
 #include "support/Wait.h"
 
@@ -242,5 +243,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(X11HotKeysTest)
+QUILLO_TEST(X11HotKeysTest, QCoreApplication)
 #include "X11HotKeysTest.moc"

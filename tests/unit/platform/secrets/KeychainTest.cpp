@@ -2,6 +2,7 @@
 
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -174,5 +175,5 @@ private:
     PrivateKeyring keyring{bus};
 };
 
-QTEST_GUILESS_MAIN(KeychainTest)
+QUILLO_TEST(KeychainTest, QCoreApplication)
 #include "KeychainTest.moc"

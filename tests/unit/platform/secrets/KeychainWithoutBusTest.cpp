@@ -1,4 +1,5 @@
 #include "platform/secrets/Keychain.h"
+#include "support/TestMain.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -31,5 +32,5 @@ private:
     QTemporaryDir folder;
 };
 
-QTEST_GUILESS_MAIN(KeychainWithoutBusTest)
+QUILLO_TEST(KeychainWithoutBusTest, QCoreApplication)
 #include "KeychainWithoutBusTest.moc"

@@ -2,6 +2,7 @@
 
 #include "platform/secrets/SecretServiceInterface.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusContext>
@@ -185,5 +186,5 @@ private:
     std::unique_ptr<OrgFreedesktopSecretServiceInterface> service;
 };
 
-QTEST_GUILESS_MAIN(OpenCollectionTest)
+QUILLO_TEST(OpenCollectionTest, QCoreApplication)
 #include "OpenCollectionTest.moc"

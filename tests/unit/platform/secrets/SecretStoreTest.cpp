@@ -5,6 +5,7 @@
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
 #include "support/ScriptedPrompter.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QElapsedTimer>
@@ -283,5 +284,5 @@ private:
     std::unique_ptr<LoopStallProbe> probe;
 };
 
-QTEST_GUILESS_MAIN(SecretStoreTest)
+QUILLO_TEST(SecretStoreTest, QCoreApplication)
 #include "SecretStoreTest.moc"

@@ -1,4 +1,5 @@
 #include "platform/symbols/IconFolder.h"
+#include "support/TestMain.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -120,5 +121,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(IconFolderTest)
+QUILLO_TEST(IconFolderTest, QCoreApplication)
 #include "IconFolderTest.moc"

@@ -1,5 +1,7 @@
 #include "platform/symbols/Symbols.h"
+#include "support/TestMain.h"
 
+#include <QGuiApplication>
 #include <QTest>
 
 using namespace quillo;
@@ -35,5 +37,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SymbolsTest)
+QUILLO_TEST(SymbolsTest, QGuiApplication)
 #include "SymbolsTest.moc"

@@ -3,6 +3,7 @@
 #include "ItemProxy.h"
 #include "support/LoopStallProbe.h"
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusError>
@@ -428,5 +429,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(DBusMenuTest)
+QUILLO_TEST(DBusMenuTest, QCoreApplication)
 #include "DBusMenuTest.moc"

@@ -368,11 +368,12 @@ int runTests(int argc, char** argv) {
     return QTest::qExec(&test, argc, argv);
 }
 
-/// An X server must be there before the application is, so this program starts one, and itself on it.
+/// An X server must be there before the application is, so this program starts one, and itself on it; its own
+/// first argument is the test.
 int runOnDisplayOfItsOwn(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const VirtualDisplay display;
-    ChildProcess tests(QCoreApplication::applicationFilePath(), QCoreApplication::arguments().mid(1),
+    ChildProcess tests(QCoreApplication::applicationFilePath(), QCoreApplication::arguments(),
                        display.environment());
     const auto pass = [&tests] {
         std::fputs(tests.readAll().constData(), stdout);
@@ -384,7 +385,7 @@ int runOnDisplayOfItsOwn(int argc, char** argv) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int DockedItemTestMain(int argc, char** argv) {
     return qgetenv("QT_QPA_PLATFORM") == "xcb" ? runTests(argc, argv) : runOnDisplayOfItsOwn(argc, argv);
 }
 

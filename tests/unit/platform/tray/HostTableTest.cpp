@@ -1,4 +1,5 @@
 #include "platform/tray/HostTable.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -30,5 +31,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(HostTableTest)
+QUILLO_TEST(HostTableTest, QCoreApplication)
 #include "HostTableTest.moc"

@@ -1,4 +1,5 @@
 #include "platform/tray/MenuTree.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -292,5 +293,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(MenuTreeTest)
+QUILLO_TEST(MenuTreeTest, QCoreApplication)
 #include "MenuTreeTest.moc"

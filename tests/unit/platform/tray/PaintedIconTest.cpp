@@ -1,4 +1,5 @@
 #include "platform/tray/PaintedIcon.h"
+#include "support/TestMain.h"
 
 #include <QGuiApplication>
 #include <QTest>
@@ -178,5 +179,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PaintedIconTest)
+QUILLO_TEST(PaintedIconTest, QGuiApplication)
 #include "PaintedIconTest.moc"

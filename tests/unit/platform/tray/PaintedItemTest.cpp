@@ -1,6 +1,8 @@
 #include "ItemFixture.h"
 #include "platform/tray/PaintedIcon.h"
+#include "support/TestMain.h"
 
+#include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -170,5 +172,5 @@ private:
     QTemporaryDir runtimeFolder;
 };
 
-QTEST_MAIN(PaintedItemTest)
+QUILLO_TEST(PaintedItemTest, QGuiApplication)
 #include "PaintedItemTest.moc"

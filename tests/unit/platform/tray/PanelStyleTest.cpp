@@ -1,6 +1,7 @@
 #include "platform/tray/PanelStyle.h"
 
 #include "support/PrivateBus.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QDBusContext>
@@ -150,5 +151,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PanelStyleTest)
+QUILLO_TEST(PanelStyleTest, QGuiApplication)
 #include "PanelStyleTest.moc"

@@ -2,7 +2,9 @@
 
 #include "ItemFixture.h"
 #include "platform/tray/PaintedIcon.h"
+#include "support/TestMain.h"
 
+#include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -363,5 +365,5 @@ private:
     QTemporaryDir runtimeFolder;
 };
 
-QTEST_MAIN(StatusItemTest)
+QUILLO_TEST(StatusItemTest, QGuiApplication)
 #include "StatusItemTest.moc"

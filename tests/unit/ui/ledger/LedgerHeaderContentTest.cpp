@@ -1,4 +1,5 @@
 #include "ui/ledger/LedgerHeaderContent.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -156,5 +157,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(LedgerHeaderContentTest)
+QUILLO_TEST(LedgerHeaderContentTest, QCoreApplication)
 #include "LedgerHeaderContentTest.moc"

@@ -1,10 +1,12 @@
 #include "ui/ledger/LedgerHeader.h"
 
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/Colours.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/VisibleWidgets.h"
 
+#include <QApplication>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -225,5 +227,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerHeaderTest)
+QUILLO_TEST(LedgerHeaderTest, QApplication)
 #include "LedgerHeaderTest.moc"

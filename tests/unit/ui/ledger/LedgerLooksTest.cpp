@@ -1,8 +1,10 @@
+#include "support/TestMain.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerLines.h"
 #include "ui/ledger/LedgerTable.h"
 #include "ui/ledger/LedgerTableStyle.h"
 
+#include <QApplication>
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
@@ -108,5 +110,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerLooksTest)
+QUILLO_TEST(LedgerLooksTest, QApplication)
 #include "LedgerLooksTest.moc"

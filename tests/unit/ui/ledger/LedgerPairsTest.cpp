@@ -1,4 +1,5 @@
 #include "store/StoreFixture.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/ViewUpdates.h"
 #include "ui/ledger/LedgerLines.h"
@@ -135,5 +136,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerPairsTest)
+QUILLO_TEST(LedgerPairsTest, QApplication)
 #include "LedgerPairsTest.moc"

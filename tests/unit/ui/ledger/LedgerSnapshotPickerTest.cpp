@@ -1,5 +1,8 @@
 #include "support/LoopStallProbe.h"
+#include "support/TestMain.h"
 #include "ui/ledger/LedgerViewFixture.h"
+
+#include <QApplication>
 
 #include <QAbstractItemView>
 #include <QWheelEvent>
@@ -170,5 +173,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerSnapshotPickerTest)
+QUILLO_TEST(LedgerSnapshotPickerTest, QApplication)
 #include "LedgerSnapshotPickerTest.moc"

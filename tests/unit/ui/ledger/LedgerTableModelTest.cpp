@@ -1,5 +1,6 @@
 #include "ui/ledger/LedgerTableModel.h"
 
+#include "support/TestMain.h"
 #include "ui/ledger/LedgerLines.h"
 
 #include <QAbstractItemModelTester>
@@ -197,5 +198,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LedgerTableModelTest)
+QUILLO_TEST(LedgerTableModelTest, QCoreApplication)
 #include "LedgerTableModelTest.moc"

@@ -1,6 +1,7 @@
 #include "ui/ledger/LedgerTable.h"
 
 #include "support/LoopStallProbe.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 #include "ui/ledger/LedgerLines.h"
 
@@ -406,5 +407,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerTableTest)
+QUILLO_TEST(LedgerTableTest, QApplication)
 #include "LedgerTableTest.moc"

@@ -1,8 +1,11 @@
 #include "ui/ledger/LedgerView.h"
 
 #include "support/LoopStallProbe.h"
+#include "support/TestMain.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerViewFixture.h"
+
+#include <QApplication>
 
 #include <QHeaderView>
 #include <QScrollBar>
@@ -250,5 +253,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(LedgerViewTest)
+QUILLO_TEST(LedgerViewTest, QApplication)
 #include "LedgerViewTest.moc"

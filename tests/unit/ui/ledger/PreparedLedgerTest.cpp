@@ -1,4 +1,5 @@
 #include "ui/ledger/PreparedLedger.h"
+#include "support/TestMain.h"
 
 #include <QTest>
 
@@ -258,5 +259,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(PreparedLedgerTest)
+QUILLO_TEST(PreparedLedgerTest, QCoreApplication)
 #include "PreparedLedgerTest.moc"
