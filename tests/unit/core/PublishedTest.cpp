@@ -99,7 +99,7 @@ private Q_SLOTS:
         Observation third;
         const auto first = signal.observe([&] {
             calls << QStringLiteral("first");
-            second.cancel();
+            second = {};
             third = signal.observe([&] { calls << QStringLiteral("third"); });
         });
         second = signal.observe([&] { calls << QStringLiteral("second"); });
@@ -113,7 +113,7 @@ private Q_SLOTS:
         Observation self;
         self = signal.observe([&] {
             ++calls;
-            self.cancel();
+            self = {};
         });
         signal.emit();
         signal.emit();
