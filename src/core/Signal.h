@@ -14,9 +14,6 @@ public:
     Observation() = default;
     explicit Observation(std::shared_ptr<void> kept) : registration(std::move(kept)) {}
 
-    /// Ends the observation before its time.
-    void cancel() noexcept { registration.reset(); }
-
 private:
     std::shared_ptr<void> registration;
 };

@@ -180,44 +180,29 @@ void SecretStore::watchService() {
     // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
     // that carries a type whose name it does not know.
     qRegisterMetaType<QDBusObjectPath>();
-    const auto look = [this] { lookAgain(); };
+    const auto hint = [this] { work.spawn(look()); };
     QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionChanged, service.get(),
-                     look);
+                     hint);
     QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionCreated, service.get(),
-                     look);
-    QObject::connect(serviceWatcher.get(), &QDBusServiceWatcher::serviceRegistered, service.get(), look);
-}
-
-void SecretStore::lookAgain() {
-    if (usability != Usability::unusable) {
-        return;
-    }
-    if (looking == Looking::no) {
-        looking = Looking::now;
-        work.spawn(look());
-    } else {
-        looking = Looking::onceMore; // what is being read now may be older than this hint
-    }
+                     hint);
+    QObject::connect(serviceWatcher.get(), &QDBusServiceWatcher::serviceRegistered, service.get(), hint);
 }
 
 Task<> SecretStore::look() {
+    if (!isUnusable) {
+        co_return;
+    }
     auto reading = worker.run(Keychain::defaultCollection);
     const auto collection = co_await reading;
-    const bool onceMore = std::exchange(looking, Looking::no) == Looking::onceMore;
-    if (isUsable(collection)) {
-        if (collectionOpened) {
-            collectionOpened->fulfil(true);
-        }
-        note(collection);
-    } else if (onceMore) {
-        lookAgain();
+    if (isUsable(collection) && collectionOpened) {
+        collectionOpened->fulfil(true);
     }
+    note(collection);
 }
 
 void SecretStore::note(Collection collection) {
-    const auto now = isUsable(collection) ? Usability::usable : Usability::unusable;
-    const auto before = std::exchange(usability, now);
-    if (before == Usability::unusable && now == Usability::usable) {
+    const bool wasUnusable = std::exchange(isUnusable, !isUsable(collection));
+    if (wasUnusable && !isUnusable) {
         refused = false;
         becameAvailable.emit();
     }

@@ -68,10 +68,6 @@ private:
         Operation operation;
         Promise<Outcome> answer;
     };
-    enum class Usability { unknown, usable, unusable };
-
-    /// `onceMore`: something happened while the worker was looking.
-    enum class Looking { no, now, onceMore };
 
     [[nodiscard]] static Outcome attempt(const Operation& operation);
     [[nodiscard]] Task<Outcome> request(Operation operation);
@@ -83,7 +79,6 @@ private:
     void answerLookUps();
     [[nodiscard]] SecretReading foresee(const QString& account, std::size_t position) const;
     void watchService();
-    void lookAgain();
     [[nodiscard]] Task<> look();
     void note(Keychain::Collection collection);
 
@@ -92,8 +87,7 @@ private:
     std::deque<Request> requests;                  ///< the first is with the worker or waits for the user
     std::optional<Promise<bool>> collectionOpened; ///< only while the first waits for the user
     bool refused = false;                          ///< the last prompt was dismissed
-    Looking looking = Looking::no;
-    Usability usability = Usability::unknown;
+    bool isUnusable = false;                       ///< as far as it is known
     TaskScope opening;
     TaskScope work;
     WorkQueue worker;

@@ -100,7 +100,7 @@ private Q_SLOTS:
         Observation third;
         const auto first = signal.observe([&] {
             calls << QStringLiteral("first");
-            second.cancel();
+            second = {};
             third = signal.observe([&] { calls << QStringLiteral("third"); });
         });
         second = signal.observe([&] { calls << QStringLiteral("second"); });
@@ -114,7 +114,7 @@ private Q_SLOTS:
         Observation self;
         self = signal.observe([&] {
             ++calls;
-            self.cancel();
+            self = {};
         });
         signal.emit();
         signal.emit();
