@@ -1,95 +1,58 @@
 #include "net/HTTPSession.h"
 
 #include "core/Awaiters.h"
+#include "core/WorkQueue.h"
 #include "net/ResponseReader.h"
 
-#include <QIODevice>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QDeadlineTimer>
+#include <QHostAddress>
+#include <QNetworkProxyFactory>
+#include <QNetworkProxyQuery>
 #include <QSslConfiguration>
+#include <QSslSocket>
+#include <QTimer>
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
 #include <utility>
+
+#include <netdb.h>
 
 namespace quillo {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 using Reason = TransportError::Reason;
+using State = QAbstractSocket::SocketState;
 
 namespace {
 
-/// A request body that can be read once. Qt repeats any request, a POST too, when the connection ends before
-/// the answer, and first rewinds the body; this one cannot be rewound, so Qt gives up instead.
-class OnceBody final : public QIODevice {
-public:
-    explicit OnceBody(QByteArray contents) : bytes(std::move(contents)) { open(ReadOnly | Unbuffered); }
+constexpr std::ptrdiff_t connectionsToAnOrigin = 6;
+/// What the socket may hold for us; the server waits while it is full.
+constexpr qint64 readAhead = qint64{256} * 1024;
+/// Read at a time. Decompressed it is two megabytes at most.
+constexpr qint64 pieceSize = 2048;
+/// For so long one turn of the event loop may read.
+constexpr auto turnLength = 3ms;
 
-    [[nodiscard]] bool isSequential() const override { return true; }
-    [[nodiscard]] bool reset() override { return false; }
-    [[nodiscard]] bool atEnd() const override { return position == bytes.size(); }
-    [[nodiscard]] qint64 bytesAvailable() const override { return bytes.size() - position; }
-
-protected:
-    qint64 readData(char* data, qint64 maxSize) override {
-        const auto size = std::min<qint64>(maxSize, bytes.size() - position);
-        if (size == 0) {
-            return -1; // the end, for a sequential device
-        }
-        std::memcpy(data, bytes.constData() + position, static_cast<std::size_t>(size));
-        position += size;
-        return size;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray bytes;
-    qint64 position = 0;
-};
-
-/// Qt would also read files and data URLs.
-void requireSendableAddress(const QUrl& url) {
-    if (url.scheme() != "http"_L1 && url.scheme() != "https"_L1) {
+void requireSendable(const HTTPRequest& request) {
+    if (request.url.scheme() != "http"_L1 && request.url.scheme() != "https"_L1) {
         throw TransportError(Reason::badAddress, u"The address must begin with http:// or https://."_s);
     }
-    if (url.host().isEmpty()) {
+    if (request.url.host().isEmpty()) {
         throw TransportError(Reason::badAddress, u"The address names no server."_s);
     }
-}
-
-/// The address that makes Qt ask for the target of `url` as it is written. Qt writes the target with its path
-/// normalised: it drops one slash of several at the start, which one more makes up for, and resolves "." and
-/// "..", which would ask for another path than the one that was given.
-QUrl addressForQt(QUrl url) {
-    url.setUserInfo({}); // Qt would answer a challenge with it
-    url.setFragment({});
-    constexpr auto target = QUrl::RemoveScheme | QUrl::RemoveAuthority | QUrl::FullyEncoded;
-    const QByteArray wanted = url.toEncoded(target);
-    if (url.path().startsWith("//"_L1)) {
-        url.setPath(u'/' + url.path(QUrl::FullyEncoded), QUrl::StrictMode);
-    }
-    if (url.toEncoded(target | QUrl::NormalizePathSegments) != wanted) {
-        throw TransportError(Reason::badAddress,
-                             u"The address must not contain \".\" or \"..\" as a step."_s);
-    }
-    return url;
-}
-
-/// Qt sends a value with a line break as two headers. The text does not repeat the value, which may be
-/// secret.
-void requireSendableHeaders(const HTTPRequest& request) {
     for (const auto& header : request.headers) {
-        for (const char character : header.value) {
-            if (character == '\r' || character == '\n' || character == '\0') {
-                throw TransportError(Reason::badHeader,
-                                     u"The value for %1 contains a line break and was not sent."_s.arg(
-                                         QString::fromUtf8(header.name)));
-            }
+        if (header.value.contains('\r') || header.value.contains('\n') || header.value.contains('\0')) {
+            // The text does not repeat the value, which may be secret.
+            throw TransportError(Reason::badHeader,
+                                 u"The value for %1 contains a line break and was not sent."_s.arg(
+                                     QString::fromUtf8(header.name)));
         }
     }
 }
 
-QSslConfiguration tlsConfiguration(CertificateCheck check, const QList<QSslCertificate>& authorities) {
+QSslConfiguration trustOf(CertificateCheck check, const QList<QSslCertificate>& authorities) {
     auto configuration = QSslConfiguration::defaultConfiguration();
     if (check == CertificateCheck::none) {
         configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
@@ -99,37 +62,238 @@ QSslConfiguration tlsConfiguration(CertificateCheck check, const QList<QSslCerti
     return configuration;
 }
 
-QNetworkRequest toQt(const HTTPRequest& request, const QList<QSslCertificate>& authorities) {
-    QNetworkRequest converted(addressForQt(request.url));
-    converted.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    converted.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    converted.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    // Without this Qt answers an NTLM or Negotiate challenge with a second request.
-    converted.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    // With HTTP/2 all requests to a server share one connection, so no request could have one of its own.
-    converted.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    converted.setTransferTimeout(static_cast<int>(request.idleTimeout.count()));
-    // Naming the encodings keeps Qt from decompressing: it takes a body that is cut short for a whole one.
-    converted.setRawHeader("Accept-Encoding", "gzip");
-    converted.setRawHeader("User-Agent", "Quillo");
-    for (const auto& header : request.headers) {
-        converted.setRawHeader(header.name, header.value);
-    }
-    if (request.url.scheme() == "https"_L1) {
-        converted.setSslConfiguration(tlsConfiguration(request.certificateCheck, authorities));
-    }
-    return converted;
+quint16 portOf(const QUrl& url) {
+    return static_cast<quint16>(url.port(url.scheme() == "https"_L1 ? 443 : 80));
 }
 
-QNetworkReply* start(QNetworkAccessManager& manager, QNetworkRequest request, HTTPMethod method,
-                     OnceBody& body) {
-    if (method == HTTPMethod::get) {
-        return manager.get(request);
+/// Where to connect to: the server, or the proxy if that has a name.
+struct Route {
+    QNetworkProxy proxy;
+    QList<QHostAddress> addresses;
+};
+
+/// Asks the desktop, the environment and the name service, which may all take long.
+Route findRoute(const QUrl& url) {
+    Route route{QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(url)).value(0), {}};
+    const QString proxy = route.proxy.hostName();
+    const QByteArray name = (proxy.isEmpty() ? url.host(QUrl::FullyEncoded) : proxy).toUtf8();
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    if (getaddrinfo(name.constData(), nullptr, &hints, &found) == 0) {
+        for (const auto* entry = found; entry != nullptr; entry = entry->ai_next) {
+            route.addresses.append(QHostAddress(entry->ai_addr));
+        }
+        freeaddrinfo(found);
     }
-    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    request.setHeader(QNetworkRequest::ContentLengthHeader, body.bytesAvailable());
-    // `post` would add a Content-Type of its own where the address has a query.
-    return manager.sendCustomRequest(request, "POST", &body);
+    return route;
+}
+
+} // namespace
+
+/// The connection of one request. Its operations throw `TransportError`, also when the time is up.
+class HTTPSession::Connection {
+public:
+    Connection(std::shared_ptr<Lines> allLines, const HTTPRequest& request,
+               std::chrono::milliseconds totalTimeout)
+        : lines(std::move(allLines)),
+          url(request.url),
+          origin(u"%1://%2:%3"_s.arg(url.scheme(), url.host()).arg(portOf(url))),
+          idleTimeout(request.idleTimeout),
+          end(totalTimeout) {
+        (*lines)[origin].push_back(this);
+        patience.setSingleShot(true);
+        patience.callOnTimeout([this] { wake(); });
+        allow(idleTimeout);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection() {
+        auto& line = lines->at(origin);
+        std::erase(line, this);
+        if (std::ssize(line) >= connectionsToAnOrigin) {
+            line[connectionsToAnOrigin - 1]->wake();
+        } else if (line.empty()) {
+            lines->erase(origin);
+        }
+    }
+
+    /// Waits for its turn and connects. With https the server has proved who it is, as far as `trust` asks.
+    [[nodiscard]] Task<> open(QSslConfiguration trust) {
+        const auto& line = lines->at(origin);
+        while (std::ranges::find(line, this) - line.begin() >= connectionsToAnOrigin) {
+            co_await somethingNew();
+        }
+        auto route = lookUp();
+        while (!route.isFinished()) {
+            co_await somethingNew();
+        }
+        co_await connectTo(route.takeResult());
+        if (url.scheme() == "https"_L1) {
+            socket->setSslConfiguration(trust);
+            socket->setPeerVerifyName(url.host());
+            socket->startClientEncryption();
+        }
+        while (url.scheme() == "https"_L1 && !socket->isEncrypted()) {
+            if (socket->state() == State::UnconnectedState) {
+                throw TransportError(failure());
+            }
+            co_await somethingNew();
+        }
+    }
+
+    void write(const QByteArray& bytes) { socket->write(bytes); }
+
+    /// The next few bytes; none at the end. Leaves the event loop its turns.
+    [[nodiscard]] Task<QByteArray> read() {
+        if (turn.hasExpired()) {
+            OneShotEvent nextTurn;
+            nextTurn.fire();
+            co_await nextTurn;
+            turn.setRemainingTime(turnLength);
+        }
+        while (socket->bytesAvailable() == 0) {
+            if (socket->state() == State::ConnectedState) {
+                co_await somethingNew();
+            } else if (socket->error() == QAbstractSocket::RemoteHostClosedError) {
+                co_return QByteArray();
+            } else {
+                throw TransportError(failure());
+            }
+            turn.setRemainingTime(turnLength);
+        }
+        co_return socket->read(pieceSize);
+    }
+
+    /// The proxy that has to be told of the server in the request itself, if there is one: HTTP proxies
+    /// tunnel only what is encrypted.
+    [[nodiscard]] const QNetworkProxy* forwarder() const {
+        const bool speaksHTTP =
+            proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy;
+        return url.scheme() == "http"_L1 && speaksHTTP ? &proxy : nullptr;
+    }
+
+private:
+    [[nodiscard]] Task<Route> lookUp() {
+        WorkQueue worker; // leaves behind what takes too long
+        auto work = worker.run([address = url] { return findRoute(address); });
+        auto route = co_await work;
+        wake();
+        co_return route;
+    }
+
+    [[nodiscard]] Task<> connectTo(Route route) {
+        proxy = route.proxy;
+        const bool isDirect = proxy.hostName().isEmpty();
+        auto last = transportError(isDirect ? QAbstractSocket::HostNotFoundError
+                                            : QAbstractSocket::ProxyNotFoundError,
+                                   {}, {}, serverName(url));
+        for (const auto& address : std::as_const(route.addresses)) {
+            makeSocket();
+            proxy.setHostName(isDirect ? QString() : address.toString());
+            const bool isTunnel = !isDirect && forwarder() == nullptr;
+            socket->setProxy(isTunnel ? proxy : QNetworkProxy(QNetworkProxy::NoProxy));
+            socket->connectToHost(isTunnel ? url.host() : address.toString(),
+                                  isDirect || isTunnel ? portOf(url) : proxy.port());
+            allow(idleTimeout / route.addresses.size()); // one that never answers leaves time for the next
+            while (isConnecting() && !isOver()) {
+                co_await wakeUp();
+            }
+            if (socket->state() == State::ConnectedState) {
+                allow(idleTimeout);
+                co_return;
+            }
+            last = failure();
+        }
+        throw TransportError(last);
+    }
+
+    [[nodiscard]] bool isConnecting() const {
+        return socket->state() != State::ConnectedState && socket->state() != State::UnconnectedState;
+    }
+
+    void makeSocket() {
+        socket = std::make_unique<QSslSocket>();
+        socket->setReadBufferSize(readAhead);
+        const auto progress = [this] {
+            allow(idleTimeout);
+            wake();
+        };
+        QObject::connect(socket.get(), &QSslSocket::stateChanged, socket.get(), progress);
+        QObject::connect(socket.get(), &QSslSocket::encrypted, socket.get(), progress);
+        QObject::connect(socket.get(), &QSslSocket::readyRead, socket.get(), progress);
+        QObject::connect(socket.get(), &QSslSocket::bytesWritten, socket.get(), progress);
+    }
+
+    /// Waits until the socket, the time, the line or the look-up comes on.
+    [[nodiscard]] Task<> wakeUp() {
+        auto& next = awaited.emplace();
+        co_await next;
+    }
+    [[nodiscard]] Task<> somethingNew() {
+        co_await wakeUp();
+        if (isOver()) {
+            throw TransportError(failure());
+        }
+    }
+    void wake() {
+        if (awaited) {
+            awaited->fire();
+        }
+    }
+
+    void allow(std::chrono::milliseconds pause) {
+        patience.start(std::min(pause, std::chrono::milliseconds(end.remainingTime())));
+    }
+    [[nodiscard]] bool isOver() const { return !patience.isActive() || end.hasExpired(); }
+
+    [[nodiscard]] TransportError failure() const {
+        if (isOver()) {
+            return {Reason::timedOut, u"The request timed out."_s};
+        }
+        auto error = socket->error();
+        if (forwarder() != nullptr) {
+            error = QAbstractSocket::ProxyConnectionRefusedError;
+        } else if (!proxy.hostName().isEmpty() && error == QAbstractSocket::SocketAccessError) {
+            error = QAbstractSocket::ProxyProtocolError; // how Qt says that there will be no tunnel
+        }
+        return transportError(error, socket->errorString(), socket->sslHandshakeErrors(), serverName(url));
+    }
+
+    std::shared_ptr<Lines> lines;
+    QUrl url;
+    QString origin;
+    std::chrono::milliseconds idleTimeout;
+    QDeadlineTimer end;
+    QDeadlineTimer turn;                 // of the event loop
+    QTimer patience;                     // runs out when nothing happens
+    std::optional<OneShotEvent> awaited; // outlives the socket, which may speak while it goes
+    QNetworkProxy proxy;
+    std::unique_ptr<QSslSocket> socket;
+};
+
+namespace {
+
+/// The request as it goes out, to a server or to a proxy that passes it on.
+QByteArray message(const HTTPRequest& request, const QNetworkProxy* forwarder) {
+    constexpr auto notOrigin =
+        QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment;
+    const QByteArray origin = request.url.toEncoded(notOrigin);
+    const bool isPost = request.method == HTTPMethod::post;
+    QByteArray bytes = (isPost ? "POST " : "GET ") + (forwarder ? origin : QByteArray()) + request.target +
+                       " HTTP/1.1\r\nHost: " + origin.sliced(origin.indexOf("//") + 2) +
+                       "\r\nConnection: close\r\nAccept-Encoding: gzip\r\nUser-Agent: Quillo\r\n";
+    for (const auto& header : request.headers) {
+        bytes += header.name + ": " + header.value + "\r\n";
+    }
+    if (forwarder && !forwarder->user().isEmpty()) {
+        const QString credential = forwarder->user() + u':' + forwarder->password();
+        bytes += "Proxy-Authorization: Basic " + credential.toUtf8().toBase64() + "\r\n";
+    }
+    if (isPost) {
+        bytes += "Content-Length: " + QByteArray::number(request.body.size()) + "\r\n";
+    }
+    return bytes + "\r\n" + (isPost ? request.body : QByteArray());
 }
 
 } // namespace
@@ -146,28 +310,24 @@ HTTPSession::HTTPSession(Options sessionOptions) : options(std::move(sessionOpti
 HTTPSession::~HTTPSession() = default;
 
 Task<HTTPResponse> HTTPSession::send(HTTPRequest request) {
-    requireSendableAddress(request.url);
-    requireSendableHeaders(request);
-    const auto manager = managerFor(request);
-    OnceBody body(std::move(request.body));
-    std::unique_ptr<QNetworkReply> reply(
-        start(*manager, toQt(request, options.additionalAuthorities), request.method, body));
-    ResponseReader reader(std::move(reply), options.bodyLimit);
-    UntilEmitted ended(&reader, &ResponseReader::ended);
-    co_await ended;
-    co_return reader.takeResponse();
-}
-
-std::shared_ptr<QNetworkAccessManager> HTTPSession::managerFor(const HTTPRequest& request) {
-    if (request.method == HTTPMethod::post || request.certificateCheck == CertificateCheck::none) {
-        return std::make_shared<QNetworkAccessManager>();
+    requireSendable(request);
+    if (request.target.isEmpty()) {
+        request.setAddress(request.url.toString(QUrl::FullyEncoded));
     }
-    auto manager = checkedManager.lock();
-    if (!manager) {
-        manager = std::make_shared<QNetworkAccessManager>();
-        checkedManager = manager;
+    ResponseReader reader(serverName(request.url), request.bodyUse, options.bodyLimit);
+    Connection connection(lines, request, options.totalTimeout);
+    auto trust = trustOf(request.certificateCheck, options.additionalAuthorities);
+    co_await connection.open(std::move(trust)); // the session may have gone after this
+    connection.write(message(request, connection.forwarder()));
+    while (!reader.isComplete()) {
+        const QByteArray bytes = co_await connection.read();
+        reader.feed(bytes);
     }
-    return manager;
+    HTTPResponse response = reader.takeResponse();
+    if (response.status == 407 && connection.forwarder()) {
+        throw transportError(QAbstractSocket::ProxyAuthenticationRequiredError, {}, {}, {});
+    }
+    co_return response;
 }
 
 } // namespace quillo
