@@ -77,6 +77,10 @@ Route findRoute(const QUrl& url) {
     Route route{QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(url)).value(0), {}};
     const QString proxy = route.proxy.hostName();
     const QByteArray name = (proxy.isEmpty() ? url.host(QUrl::FullyEncoded) : proxy).toUtf8();
+    if (name == "localhost") { // whatever the name service says (RFC 6761, section 6.3)
+        route.addresses = {QHostAddress::LocalHostIPv6, QHostAddress::LocalHost};
+        return route;
+    }
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
