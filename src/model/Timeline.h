@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QString>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -22,5 +23,9 @@ struct Timeline {
     std::vector<Transaction> transactions = {};
     std::optional<QDateTime> fetchedAt = {}; ///< when a live ledger arrived, in local time; never in the body
 };
+
+/// A ledger as it goes from who publishes it to who shows it: nobody changes it, and whoever reads it holds
+/// it. Null where there is none.
+using Ledger = std::shared_ptr<const Timeline>;
 
 } // namespace quillo

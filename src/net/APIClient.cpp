@@ -31,24 +31,18 @@ Task<QByteArray> bodyOf(HTTPSession& session, HTTPRequest request) {
 /// and the largest body that is accepted would hold up the event loop for longer than it may be.
 constexpr qsizetype decodedAside = qsizetype{1} << 20;
 
+/// What `decode` makes of the body, or throws, without holding up the event loop. Something large is let go
+/// on the queue's thread, too.
 template <typename T>
-Task<T> decodedHere(QByteArray body, T (*decode)(QByteArray)) {
-    // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
-    co_return decode(std::move(body)); // NOLINT(clang-analyzer-cplusplus.Move)
-}
-
-template <typename T>
-Task<T> decodedThere(QByteArray body, T (*decode)(QByteArray)) {
-    WorkQueue worker;
-    auto work = worker.run([body = std::move(body), decode]() mutable { return decode(std::move(body)); });
-    co_return co_await work;
-}
-
-/// What `decode` makes of the body, or throws, without holding up the event loop.
-template <typename T>
-Task<T> decoded(QByteArray body, T (*decode)(QByteArray)) {
-    const bool isLarge = body.size() >= decodedAside;
-    return isLarge ? decodedThere(std::move(body), decode) : decodedHere(std::move(body), decode);
+Task<std::shared_ptr<T>> decoded(std::shared_ptr<WorkQueue> worker, QByteArray body,
+                                 T (*decode)(QByteArray)) {
+    if (body.size() < decodedAside) {
+        // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
+        co_return std::make_shared<T>(decode(std::move(body))); // NOLINT(clang-analyzer-cplusplus.Move)
+    }
+    auto work = worker->run([body = std::move(body), decode]() mutable { return decode(std::move(body)); });
+    auto value = co_await work;
+    co_return worker->share(std::move(value));
 }
 
 } // namespace
@@ -61,13 +55,14 @@ APIClient& APIClient::shared() {
 APIClient::APIClient(HTTPSession& httpSession) : APIClient(httpSession, Timeouts{}) {}
 
 APIClient::APIClient(HTTPSession& httpSession, Timeouts idleTimeouts)
-    : session(&httpSession), timeouts(idleTimeouts) {}
+    : session(&httpSession), timeouts(idleTimeouts), decoding(std::make_shared<WorkQueue>()) {}
 
-Task<Timeline> APIClient::timeline(QString backend, APIAuth auth, bool verifyTLS) const {
+Task<std::shared_ptr<Timeline>> APIClient::timeline(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/timeline"_s, auth, verifyTLS);
+    auto worker = decoding;
     QByteArray body = co_await bodyOf(*session, std::move(get));
     try {
-        Timeline ledger = co_await decoded(std::move(body), decodeTimeline);
+        auto ledger = co_await decoded(std::move(worker), std::move(body), decodeTimeline);
         co_return ledger;
     } catch (const DecodingError& error) {
         throw APIError::decode(error.errorDescription());
@@ -86,22 +81,26 @@ Task<void> APIClient::refreshFromBank(QString backend, APIAuth auth, bool verify
 
 Task<StatusResponse> APIClient::status(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/status"_s, auth, verifyTLS);
+    auto worker = decoding;
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    StatusResponse links = co_await decoded(std::move(body), decodeStatusResponse);
-    co_return links;
+    auto links = co_await decoded(std::move(worker), std::move(body), decodeStatusResponse);
+    co_return std::move(*links);
 }
 
 Task<std::vector<SnapshotSummary>> APIClient::snapshots(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshots"_s, auth, verifyTLS);
+    auto worker = decoding;
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    SnapshotListResponse list = co_await decoded(std::move(body), decodeSnapshotListResponse);
-    co_return std::move(list.snapshots);
+    auto list = co_await decoded(std::move(worker), std::move(body), decodeSnapshotListResponse);
+    co_return std::move(list->snapshots);
 }
 
-Task<Timeline> APIClient::snapshot(QString backend, QString date, APIAuth auth, bool verifyTLS) const {
+Task<std::shared_ptr<Timeline>> APIClient::snapshot(QString backend, QString date, APIAuth auth,
+                                                    bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshot/"_s + date, auth, verifyTLS);
+    auto worker = decoding;
     QByteArray body = co_await bodyOf(*session, std::move(get));
-    Timeline ledger = co_await decoded(std::move(body), decodeTimeline);
+    auto ledger = co_await decoded(std::move(worker), std::move(body), decodeTimeline);
     co_return ledger;
 }
 

@@ -11,9 +11,12 @@
 #include <QString>
 
 #include <chrono>
+#include <memory>
 #include <vector>
 
 namespace quillo {
+
+class WorkQueue;
 
 /// Asks the backend. Keeps nothing between calls; for the main thread only.
 ///
@@ -44,8 +47,9 @@ public:
     explicit APIClient(HTTPSession& httpSession);
     APIClient(HTTPSession& httpSession, Timeouts idleTimeouts);
 
-    /// The live ledger.
-    [[nodiscard]] Task<Timeline> timeline(QString backend, APIAuth auth, bool verifyTLS) const;
+    /// The live ledger. Nobody else has it yet.
+    [[nodiscard]] Task<std::shared_ptr<Timeline>> timeline(QString backend, APIAuth auth,
+                                                           bool verifyTLS) const;
 
     /// Has the backend read the aggregator's cached copy again: fast and free.
     [[nodiscard]] Task<void> sync(QString backend, APIAuth auth, bool verifyTLS) const;
@@ -61,7 +65,8 @@ public:
                                                                bool verifyTLS) const;
 
     /// One day's ledger. `date` is appended to the path as it is, as `SnapshotSummary::snapshotDate` has it.
-    [[nodiscard]] Task<Timeline> snapshot(QString backend, QString date, APIAuth auth, bool verifyTLS) const;
+    [[nodiscard]] Task<std::shared_ptr<Timeline>> snapshot(QString backend, QString date, APIAuth auth,
+                                                           bool verifyTLS) const;
 
 private:
     [[nodiscard]] HTTPRequest request(HTTPMethod method, const QString& address, const APIAuth& auth,
@@ -69,6 +74,7 @@ private:
 
     HTTPSession* session;
     Timeouts timeouts;
+    std::shared_ptr<WorkQueue> decoding; ///< of large bodies
 };
 
 } // namespace quillo

@@ -6,6 +6,7 @@
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
+#include "store/BankLinks.h"
 #include "store/GlobalHotKey.h"
 
 #include <QUrl>
@@ -137,7 +138,10 @@ Task<std::optional<APIAuth>> AppStore::currentAuth() {
     if (!settings.apiKey->isEmpty()) {
         co_return APIAuth::apiKey(settings.apiKey);
     }
-    lastError = QStringLiteral("Sign in to Quillo (menu → Sign In…)");
+    // Until the secret store has answered nobody knows whether there is anything to sign in for.
+    if (credentialsKnown) {
+        lastError = QStringLiteral("Sign in to Quillo (menu → Sign In…)");
+    }
     co_return std::nullopt;
 }
 
@@ -169,8 +173,8 @@ Task<> AppStore::refresh() {
     isLoading = false;
 }
 
-void AppStore::publish(Timeline fetched) {
-    fetched.fetchedAt = services.clock.wallClock();
+void AppStore::publish(std::shared_ptr<Timeline> fetched) {
+    fetched->fetchedAt = services.clock.wallClock();
     lastRefreshAt = services.clock.now();
     timeline = std::move(fetched);
 }
@@ -206,6 +210,77 @@ Task<> AppStore::refreshFromBank() {
     co_await refresh();
 }
 
+Task<> AppStore::loadSnapshots() {
+    const auto chosen = co_await currentAuth();
+    if (!chosen) {
+        co_return;
+    }
+    auto request = services.client.snapshots(settings.backend, *chosen, settings.verifyTLS);
+    try {
+        auto snapshots = co_await request;
+        availableSnapshots = std::move(snapshots);
+    } catch (const std::exception& error) {
+        lastError = QStringLiteral("Snapshots: ") + errorDescription(error);
+    }
+}
+
+Task<> AppStore::loadSnapshot(std::optional<QString> date) {
+    if (!date || date->isEmpty()) {
+        selectedDay = std::nullopt;
+        co_return;
+    }
+    const auto chosen = co_await currentAuth();
+    if (!chosen) {
+        co_return;
+    }
+    auto request = services.client.snapshot(settings.backend, *date, *chosen, settings.verifyTLS);
+    try {
+        auto ledger = co_await request;
+        Day day{.date = *date, .ledger = std::move(ledger)};
+        selectedDay = std::move(day);
+    } catch (const std::exception& error) {
+        lastError = QStringLiteral("Snapshot fetch: ") + errorDescription(error);
+    }
+}
+
+std::optional<QString> AppStore::selectedSnapshotDate() const {
+    const auto& day = selectedDay.get();
+    return day ? std::optional(day->date) : std::nullopt;
+}
+
+Ledger AppStore::snapshotTimeline() const {
+    const auto& day = selectedDay.get();
+    return day ? day->ledger : nullptr;
+}
+
+Ledger AppStore::visibleTimeline() const {
+    return isViewingSnapshot() ? snapshotTimeline() : timeline.get();
+}
+
+AppState AppStore::state() const {
+    return {.live = timeline,
+            .links = itemStatuses,
+            .days = availableSnapshots,
+            .day = selectedDay,
+            .error = lastError,
+            .auth = auth.state,
+            .authError = auth.lastAuthError,
+            .refreshInterval = settings.refreshInterval,
+            .isLoading = isLoading};
+}
+
+std::optional<QString> AppStore::reconnectMessage() const {
+    return troubleMessage(**itemStatuses, Trouble::reconnect);
+}
+
+std::optional<QString> AppStore::outageMessage() const {
+    return troubleMessage(**itemStatuses, Trouble::outage);
+}
+
+std::optional<QString> AppStore::addCreditMessage() const {
+    return troubleMessage(**itemStatuses, Trouble::addCard);
+}
+
 void AppStore::openLedger() {
     openBackendPage(QLatin1StringView("/ledger"));
 }
@@ -223,6 +298,32 @@ void AppStore::openBackendPage(QLatin1StringView path) {
     if (url.isValid()) {
         services.workspace.open(url);
     }
+}
+
+void AppStore::applyLaunchAtLogin(bool enabled) {
+    try {
+        if (enabled) {
+            services.loginItem.register_();
+        } else {
+            services.loginItem.unregister();
+        }
+    } catch (const LocalizedError& error) {
+        lastError = QStringLiteral("Login item update failed: ") + error.errorDescription();
+    }
+}
+
+std::optional<QString> AppStore::loginItemStatusMessage() const {
+    switch (services.loginItem.status()) {
+    case LoginItemStatus::requiresApproval:
+        return QStringLiteral(
+            "Approval needed — open System Settings → General → Login Items and enable Quillo.");
+    case LoginItemStatus::notFound:
+        return QStringLiteral("Login item couldn't be registered (app must live in /Applications).");
+    case LoginItemStatus::notRegistered:
+    case LoginItemStatus::enabled:
+        break;
+    }
+    return std::nullopt;
 }
 
 } // namespace quillo

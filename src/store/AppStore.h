@@ -4,11 +4,9 @@
 #include "core/Clock.h"
 #include "core/Published.h"
 #include "core/TaskScope.h"
-#include "model/ItemStatus.h"
-#include "model/SnapshotSummary.h"
-#include "model/Timeline.h"
 #include "net/APIAuth.h"
 #include "settings/AppSettings.h"
+#include "store/AppState.h"
 
 #include <optional>
 #include <vector>
@@ -52,10 +50,10 @@ public:
     AppStore& operator=(const AppStore&) = delete;
     ~AppStore();
 
-    /// The live ledger of the last successful refresh.
-    Published<std::optional<Timeline>> timeline{*this, std::nullopt};
+    /// The live ledger of the last successful refresh; null before it.
+    Published<Ledger> timeline{*this, nullptr};
     /// The bank links, of the same refresh.
-    Published<std::vector<ItemStatus>> itemStatuses{*this, {}};
+    Published<Shared<std::vector<ItemStatus>>> itemStatuses{*this, {}};
     Published<bool> isLoading{*this, false};
     /// The one error line for the user.
     Published<std::optional<QString>> lastError{*this, std::nullopt};
@@ -69,11 +67,12 @@ public:
     /// Whether the program starts at login; every assignment registers or unregisters it.
     Published<bool> launchAtLogin;
     /// The days that can be looked at, in the backend's order.
-    Published<std::vector<SnapshotSummary>> availableSnapshots{*this, {}};
-    /// The day being looked at; absent means live.
-    Published<std::optional<QString>> selectedSnapshotDate{*this, std::nullopt};
-    /// That day's ledger.
-    Published<std::optional<Timeline>> snapshotTimeline{*this, std::nullopt};
+    Published<Shared<std::vector<SnapshotSummary>>> availableSnapshots{*this, {}};
+    /// The day being looked at and its ledger; absent means live.
+    Published<std::optional<Day>> selectedDay{*this, std::nullopt};
+
+    /// Everything that the views show, as it is now.
+    [[nodiscard]] AppState state() const;
 
     /// Fetches status, ledger and snapshot list together and publishes them only when all three arrived.
     /// Overlapping refreshes are allowed: each applies its results when it ends.
@@ -98,20 +97,18 @@ public:
     void openLinkPage();
     void openReconnect();
 
-    // What the bank links ask of the user, computed from `itemStatuses` on each read. Each message tells of
-    // the first link concerned.
-    [[nodiscard]] bool needsReconnect() const;
-    [[nodiscard]] bool hasBankOutage() const;
-    [[nodiscard]] bool needsAddCreditCard() const;
+    // What the bank links ask of the user, computed from `itemStatuses` on each read; see `troubleMessage`.
+    [[nodiscard]] bool needsReconnect() const { return reconnectMessage().has_value(); }
+    [[nodiscard]] bool hasBankOutage() const { return outageMessage().has_value(); }
+    [[nodiscard]] bool needsAddCreditCard() const { return addCreditMessage().has_value(); }
     [[nodiscard]] std::optional<QString> reconnectMessage() const;
     [[nodiscard]] std::optional<QString> outageMessage() const;
     [[nodiscard]] std::optional<QString> addCreditMessage() const;
 
-    [[nodiscard]] bool isViewingSnapshot() const { return selectedSnapshotDate->has_value(); }
-
-    /// The ledger to draw: the selected day's while one is selected, else the live one. Absent when it is not
-    /// there.
-    [[nodiscard]] const Timeline* visibleTimeline() const;
+    [[nodiscard]] std::optional<QString> selectedSnapshotDate() const;
+    [[nodiscard]] Ledger snapshotTimeline() const;
+    [[nodiscard]] bool isViewingSnapshot() const { return selectedDay->has_value(); }
+    [[nodiscard]] Ledger visibleTimeline() const;
 
     /// What the user should know about the login item, if anything.
     [[nodiscard]] std::optional<QString> loginItemStatusMessage() const;
@@ -130,7 +127,7 @@ private:
     void openBackendPage(QLatin1StringView path);
     void applyLaunchAtLogin(bool enabled);
     void applyHotKey();
-    void publish(Timeline fetched);
+    void publish(std::shared_ptr<Timeline> fetched);
 
     /// When the last successful refresh was applied; before the first one any interval has passed.
     std::optional<Clock::Instant> lastRefreshAt;

@@ -1,70 +1,55 @@
-#include "store/AppStore.h"
+#include "store/BankLinks.h"
 
 #include <algorithm>
 
-/// What the bank links ask of the user: further members of the store.
 namespace quillo {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-template <typename Condition>
-const ItemStatus* firstLink(const std::vector<ItemStatus>& links, Condition condition) {
-    const auto found = std::ranges::find_if(links, condition);
-    return found == links.end() ? nullptr : &*found;
+bool has(const ItemStatus& link, Trouble trouble) {
+    switch (trouble) {
+    case Trouble::outage:
+        return link.isBankDegraded();
+    case Trouble::reconnect:
+        return link.needsUpdate;
+    case Trouble::addCard:
+        return link.needsLinkCreditCard();
+    }
+    return false;
 }
 
-const ItemStatus* linkToReconnect(const std::vector<ItemStatus>& links) {
-    return firstLink(links, [](const ItemStatus& link) { return link.needsUpdate; });
-}
-
-const ItemStatus* degradedLink(const std::vector<ItemStatus>& links) {
-    return firstLink(links, [](const ItemStatus& link) { return link.isBankDegraded(); });
-}
-
-const ItemStatus* linkWithoutCard(const std::vector<ItemStatus>& links) {
-    return firstLink(links, [](const ItemStatus& link) { return link.needsLinkCreditCard(); });
+QString message(const ItemStatus& link, Trouble trouble) {
+    switch (trouble) {
+    case Trouble::outage:
+        return link.hint.value_or(link.institution.value_or(u"Your bank"_s) +
+                                  u" is experiencing a service issue. Retry later."_s);
+    case Trouble::reconnect:
+        return link.institution.value_or(u"your bank"_s) + u" needs re-authentication — "_s +
+               link.errorMessage.value_or(u"OAuth consent expired"_s) + u'.';
+    case Trouble::addCard:
+        return link.institution.value_or(u"Your bank"_s) +
+               u" is connected but no credit card is linked. Re-run Link to add it."_s;
+    }
+    return {};
 }
 
 } // namespace
 
-bool AppStore::needsReconnect() const {
-    return linkToReconnect(itemStatuses) != nullptr;
+std::optional<QString> troubleMessage(const std::vector<ItemStatus>& links, Trouble trouble) {
+    const auto first =
+        std::ranges::find_if(links, [trouble](const ItemStatus& link) { return has(link, trouble); });
+    return first == links.end() ? std::nullopt : std::optional(message(*first, trouble));
 }
 
-bool AppStore::hasBankOutage() const {
-    return degradedLink(itemStatuses) != nullptr;
-}
-
-bool AppStore::needsAddCreditCard() const {
-    return linkWithoutCard(itemStatuses) != nullptr;
-}
-
-std::optional<QString> AppStore::reconnectMessage() const {
-    const auto* link = linkToReconnect(itemStatuses);
-    if (!link) {
-        return std::nullopt;
+std::optional<Attention> attention(const std::vector<ItemStatus>& links, std::span<const Trouble> order) {
+    for (const auto trouble : order) {
+        if (auto text = troubleMessage(links, trouble)) {
+            return Attention{trouble, std::move(*text)};
+        }
     }
-    return link->institution.value_or(QStringLiteral("your bank")) +
-           QStringLiteral(" needs re-authentication — ") +
-           link->errorMessage.value_or(QStringLiteral("OAuth consent expired")) + u'.';
-}
-
-std::optional<QString> AppStore::outageMessage() const {
-    const auto* link = degradedLink(itemStatuses);
-    if (!link) {
-        return std::nullopt;
-    }
-    return link->hint.value_or(link->institution.value_or(QStringLiteral("Your bank")) +
-                               QStringLiteral(" is experiencing a service issue. Retry later."));
-}
-
-std::optional<QString> AppStore::addCreditMessage() const {
-    const auto* link = linkWithoutCard(itemStatuses);
-    if (!link) {
-        return std::nullopt;
-    }
-    return link->institution.value_or(QStringLiteral("Your bank")) +
-           QStringLiteral(" is connected but no credit card is linked. Re-run Link to add it.");
+    return std::nullopt;
 }
 
 } // namespace quillo

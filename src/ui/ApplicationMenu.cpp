@@ -1,9 +1,6 @@
 #include "ui/ApplicationMenu.h"
 
 #include "BuildConfiguration.h"
-#include "platform/desktop/NotificationCenter.h"
-#include "store/AppStore.h"
-#include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
 
 #include <QMainWindow>
@@ -12,23 +9,15 @@
 
 namespace quillo {
 
-ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notifications,
-                                 const MenuActions& actions)
-    : QObject(&owner),
-      window(owner),
-      store(Environment::store()),
-      content(actions),
-      statusMenu(new MenuRenderer(&owner)),
-      updates(store, [this] { render(); }) {
+ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& whatToDo)
+    : QObject(&owner), window(owner), actions(whatToDo), statusMenu(new MenuRenderer(&owner)) {
     auto* menu = window.menuBar()->addMenu(QStringLiteral("&Quillo"));
-    connect(menu, &QMenu::aboutToShow, this,
-            [&notifications] { notifications.post(notification::menuDidBeginTracking); });
     connect(menu->addAction(QStringLiteral("About Quillo")), &QAction::triggered, this,
             [this] { showAbout(); });
     auto* refresh = menu->addAction(QStringLiteral("Refresh"));
     refresh->setShortcut(Qt::CTRL | Qt::Key_R);
     refresh->setAutoRepeat(false); // a key that is held asks once
-    connect(refresh, &QAction::triggered, this, [this] { store.start(store.refresh()); });
+    connect(refresh, &QAction::triggered, this, actions.refresh);
     menu->addSeparator();
     connect(menu->addAction(QStringLiteral("Settings…")), &QAction::triggered, this, actions.openSettings);
     statusMenu->setTitle(QStringLiteral("Balance and actions"));
@@ -36,8 +25,8 @@ ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notific
     menu->addSeparator();
     auto* quit = menu->addAction(QStringLiteral("Quit Quillo"));
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+    quit->setAutoRepeat(false);
     connect(quit, &QAction::triggered, this, actions.quit);
-    render();
 }
 
 void ApplicationMenu::showAbout() {
@@ -50,8 +39,8 @@ void ApplicationMenu::showAbout() {
     about->open();
 }
 
-void ApplicationMenu::render() {
-    statusMenu->setMenu(content.menu());
+void ApplicationMenu::render(const AppState& state) {
+    statusMenu->setMenu(menuBarContent(state, actions));
 }
 
 } // namespace quillo

@@ -2,8 +2,7 @@
 
 #include "core/UserCharacters.h"
 #include "settings/IntervalPreset.h"
-#include "store/AppStore.h"
-#include "ui/Environment.h"
+#include "store/BankLinks.h"
 #include "ui/MenuBarLabel.h"
 
 #include <algorithm>
@@ -51,29 +50,11 @@ QString describe(const Transaction& transaction) {
            firstUserCharacters(transaction.display(), longestDescription);
 }
 
-} // namespace
-
-MenuBarContent::MenuBarContent(MenuActions whatToDo)
-    : store(Environment::store()), actions(std::move(whatToDo)) {}
-
-Menu MenuBarContent::menu() const {
-    Menu menu;
-    addSignInCondition(menu);
-    addBankLink(menu);
-    addBalance(menu);
-    addError(menu);
-    addActions(menu);
-    addAccount(menu);
-    menu.push_back(divider(QStringLiteral("account-end")));
-    menu.push_back(button(QStringLiteral("quit"), QStringLiteral("Quit Quillo"), actions.quit));
-    return menu;
-}
-
-void MenuBarContent::addSignInCondition(Menu& menu) const {
-    if (store.auth.state->isSigningIn()) {
+void addSignInCondition(Menu& menu, const AppState& state) {
+    if (state.auth.isSigningIn()) {
         menu.push_back(line(QStringLiteral("sign-in-waits"), QStringLiteral("Waiting for browser sign-in…"),
                             Style::secondary));
-    } else if (const auto& problem = store.auth.lastAuthError.get()) {
+    } else if (const auto& problem = state.authError) {
         menu.push_back(line(QStringLiteral("sign-in-problem"), QStringLiteral("Sign-in problem: ") + *problem,
                             Style::red, TextSize::caption));
     } else {
@@ -82,39 +63,44 @@ void MenuBarContent::addSignInCondition(Menu& menu) const {
     menu.push_back(divider(QStringLiteral("sign-in-end")));
 }
 
-void MenuBarContent::addBankLink(Menu& menu) const {
-    const auto message = [&menu](const std::optional<QString>& text, Style style) {
-        if (text) {
-            menu.push_back(line(QStringLiteral("bank-link-message"), *text, style));
-        }
-    };
-    const auto remedy = [&](QString key, QString text) {
-        auto entry = button(std::move(key), std::move(text), [&shared = store] { shared.openReconnect(); });
-        entry.shortcut = openLedgerKeys;
-        menu.push_back(std::move(entry));
-    };
-    if (store.hasBankOutage()) {
-        message(store.outageMessage(), Style::orange);
+void addBankLink(Menu& menu, const AppState& state, const MenuActions& actions) {
+    const auto problem = attention(*state.links, panelOrder);
+    if (!problem) {
+        return;
+    }
+    const auto style = problem->trouble == Trouble::reconnect ? Style::red : Style::orange;
+    menu.push_back(line(QStringLiteral("bank-link-message"), problem->message, style));
+    if (problem->trouble == Trouble::outage) {
         menu.push_back(line(QStringLiteral("bank-outage-advice"),
                             QStringLiteral("Reconnect won't help right now — wait for the bank."),
                             Style::secondary, TextSize::caption));
-    } else if (store.needsReconnect()) {
-        message(store.reconnectMessage(), Style::red);
-        remedy(QStringLiteral("reconnect"), QStringLiteral("Reconnect bank…"));
-    } else if (store.needsAddCreditCard()) {
-        message(store.addCreditMessage(), Style::orange);
-        remedy(QStringLiteral("add-credit-card"), QStringLiteral("Re-run Link to add credit card…"));
     } else {
-        return;
+        auto remedy = problem->trouble == Trouble::reconnect
+                          ? button(QStringLiteral("reconnect"), QStringLiteral("Reconnect bank…"),
+                                   actions.openReconnect)
+                          : button(QStringLiteral("add-credit-card"),
+                                   QStringLiteral("Re-run Link to add credit card…"), actions.openReconnect);
+        remedy.shortcut = openLedgerKeys;
+        menu.push_back(std::move(remedy));
     }
     menu.push_back(divider(QStringLiteral("bank-link-end")));
 }
 
-void MenuBarContent::addBalance(Menu& menu) const {
-    if (!store.timeline->has_value()) {
+Menu recentTransactions(const std::vector<Transaction>& transactions) {
+    const auto count = std::min(transactions.size(), mostRecentLines);
+    Menu lines;
+    lines.reserve(count);
+    for (std::size_t index = 0; index < count; ++index) {
+        lines.push_back(line(QStringLiteral("recent-%1").arg(index), describe(transactions[index])));
+    }
+    return lines;
+}
+
+void addBalance(Menu& menu, const AppState& state) {
+    if (!state.live) {
         return;
     }
-    const auto& ledger = **store.timeline;
+    const auto& ledger = *state.live;
     if (ledger.pendingHolds >= MenuBarLabel::leastPending) {
         menu.push_back(line(QStringLiteral("total"),
                             QStringLiteral("Total (posted + pending): $") + amount(ledger.totalWithPending)));
@@ -132,55 +118,57 @@ void MenuBarContent::addBalance(Menu& menu) const {
     menu.push_back({.kind = Kind::submenu,
                     .key = QStringLiteral("recent"),
                     .text = QStringLiteral("Recent transactions (%1)").arg(ledger.transactions.size()),
-                    .children = recentTransactions()});
+                    .children = recentTransactions(ledger.transactions)});
     menu.push_back(divider(QStringLiteral("recent-end")));
 }
 
-Menu MenuBarContent::recentTransactions() const {
-    const auto& transactions = (*store.timeline)->transactions;
-    const auto count = std::min(transactions.size(), mostRecentLines);
-    Menu lines;
-    lines.reserve(count);
-    for (std::size_t index = 0; index < count; ++index) {
-        lines.push_back(line(QStringLiteral("recent-%1").arg(index), describe(transactions[index])));
-    }
-    return lines;
-}
-
-void MenuBarContent::addError(Menu& menu) const {
-    if (const auto& error = store.lastError.get()) {
+void addError(Menu& menu, const AppState& state) {
+    if (const auto& error = state.error) {
         menu.push_back(line(QStringLiteral("error"), QStringLiteral("Error: ") + *error, Style::red));
         menu.push_back(divider(QStringLiteral("error-end")));
     }
 }
 
-void MenuBarContent::addActions(Menu& menu) const {
+Menu intervals(const AppState& state, const MenuActions& actions) {
+    Menu entries;
+    for (const auto& preset : intervalPresets) {
+        auto entry =
+            button(QStringLiteral("interval-%1").arg(preset.seconds), preset.label,
+                   [choose = actions.setRefreshInterval, seconds = preset.seconds] { choose(seconds); });
+        // No place for a mark otherwise: panels would draw an empty box there.
+        entry.check =
+            state.refreshInterval == preset.seconds ? MenuEntry::CheckState::on : MenuEntry::CheckState::none;
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
+void addActions(Menu& menu, const AppState& state, const MenuActions& actions) {
     auto openLedger =
         button(QStringLiteral("open-ledger"), QStringLiteral("Open ledger"), actions.openLedger);
     openLedger.shortcut = openLedgerKeys;
     menu.push_back(std::move(openLedger));
 
     auto pullUpdates = button(QStringLiteral("pull-updates"), QStringLiteral("Pull updates (Plaid cache)"),
-                              [&shared = store] { shared.start(shared.syncNow()); });
+                              actions.pullUpdates);
     pullUpdates.help =
         QStringLiteral("Fast + free. Re-reads Plaid's own cache of your bank data. Use this first.");
     menu.push_back(std::move(pullUpdates));
 
-    auto pullFresh =
-        button(QStringLiteral("pull-fresh"), QStringLiteral("Pull fresh from bank (slow, metered)"),
-               [&shared = store] { shared.start(shared.refreshFromBank()); });
+    auto pullFresh = button(QStringLiteral("pull-fresh"),
+                            QStringLiteral("Pull fresh from bank (slow, metered)"), actions.pullFromBank);
     pullFresh.help =
         QStringLiteral("Asks Plaid to re-pull from Wells Fargo right now. Async — ~30s–2min via webhook. "
                        "Rate-limited, billed per call in production. Use when Plaid itself looks stale.");
     menu.push_back(std::move(pullFresh));
 
-    menu.push_back(button(QStringLiteral("link-card"), QStringLiteral("Link new card…"),
-                          [&shared = store] { shared.openLinkPage(); }));
+    menu.push_back(
+        button(QStringLiteral("link-card"), QStringLiteral("Link new card…"), actions.openLinkPage));
     menu.push_back(divider(QStringLiteral("actions-end")));
     menu.push_back({.kind = Kind::submenu,
                     .key = QStringLiteral("interval"),
                     .text = QStringLiteral("Refresh interval"),
-                    .children = intervals()});
+                    .children = intervals(state, actions)});
 
     auto help = button(QStringLiteral("help"), QStringLiteral("Help…"), actions.openHelp);
     help.help =
@@ -191,32 +179,31 @@ void MenuBarContent::addActions(Menu& menu) const {
     menu.push_back(divider(QStringLiteral("settings-end")));
 }
 
-Menu MenuBarContent::intervals() const {
-    Menu entries;
-    for (const auto& preset : intervalPresets) {
-        auto entry = button(
-            QStringLiteral("interval-%1").arg(preset.seconds), preset.label,
-            [&shared = store, seconds = preset.seconds] { shared.settings.refreshInterval = seconds; });
-        // No place for a mark otherwise: panels would draw an empty box there.
-        entry.check = store.settings.refreshInterval == preset.seconds ? MenuEntry::CheckState::on
-                                                                       : MenuEntry::CheckState::none;
-        entries.push_back(std::move(entry));
+void addAccount(Menu& menu, const AppState& state, const MenuActions& actions) {
+    if (state.auth.isSigningIn()) {
+        menu.push_back(line(QStringLiteral("signing-in"), QStringLiteral("Signing in…"), Style::secondary));
+    } else if (state.auth.isSignedIn()) {
+        menu.push_back(
+            line(QStringLiteral("account"), state.auth.email(), Style::secondary, TextSize::caption));
+        menu.push_back(button(QStringLiteral("sign-out"), QStringLiteral("Sign Out"), actions.signOut));
+    } else {
+        menu.push_back(button(QStringLiteral("sign-in"), QStringLiteral("Sign In…"), actions.signIn));
     }
-    return entries;
 }
 
-void MenuBarContent::addAccount(Menu& menu) const {
-    const auto& state = store.auth.state.get();
-    if (state.isSigningIn()) {
-        menu.push_back(line(QStringLiteral("signing-in"), QStringLiteral("Signing in…"), Style::secondary));
-    } else if (state.isSignedIn()) {
-        menu.push_back(line(QStringLiteral("account"), state.email(), Style::secondary, TextSize::caption));
-        menu.push_back(button(QStringLiteral("sign-out"), QStringLiteral("Sign Out"),
-                              [&shared = store] { shared.auth.signOut(); }));
-    } else {
-        menu.push_back(button(QStringLiteral("sign-in"), QStringLiteral("Sign In…"),
-                              [&shared = store] { shared.auth.signIn(); }));
-    }
+} // namespace
+
+Menu menuBarContent(const AppState& state, const MenuActions& actions) {
+    Menu menu;
+    addSignInCondition(menu, state);
+    addBankLink(menu, state, actions);
+    addBalance(menu, state);
+    addError(menu, state);
+    addActions(menu, state, actions);
+    addAccount(menu, state, actions);
+    menu.push_back(divider(QStringLiteral("account-end")));
+    menu.push_back(button(QStringLiteral("quit"), QStringLiteral("Quit Quillo"), actions.quit));
+    return menu;
 }
 
 } // namespace quillo

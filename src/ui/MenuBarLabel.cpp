@@ -1,63 +1,57 @@
 #include "ui/MenuBarLabel.h"
 
-#include "platform/desktop/NotificationCenter.h"
-#include "store/AppStore.h"
-#include "ui/Environment.h"
+#include "store/BankLinks.h"
 #include "ui/NumberFormat.h"
 #include "ui/ShortAmount.h"
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
-const QString normalSymbol = QStringLiteral("creditcard");
+
+MenuBarLabel labelOf(Trouble trouble) {
+    switch (trouble) {
+    case Trouble::outage:
+        return {.iconName = u"network.slash"_s, .text = u"Quillo · Bank issue"_s, .shortText = {}};
+    case Trouble::reconnect:
+        return {
+            .iconName = u"exclamationmark.triangle.fill"_s, .text = u"Quillo · Reconnect"_s, .shortText = {}};
+    case Trouble::addCard:
+        return {.iconName = u"creditcard.trianglebadge.exclamationmark"_s,
+                .text = u"Quillo · Add credit card"_s,
+                .shortText = {}};
+    }
+    return {};
+}
+
+QString amountText(const Timeline& ledger) {
+    if (ledger.pendingHolds >= MenuBarLabel::leastPending) {
+        return u'$' + MenuBarLabel::fmt(ledger.totalOwed, 0) + u" + $"_s +
+               MenuBarLabel::fmt(ledger.pendingHolds, 0) + u" pend"_s;
+    }
+    return u'$' + MenuBarLabel::fmt(ledger.totalOwed, 2);
+}
+
 } // namespace
 
-MenuBarLabel::MenuBarLabel(NotificationCenter& notifications, std::function<void()> openLedger)
-    : store(Environment::store()),
-      ledgerRequests(notifications.observe(notification::openLedgerRequested, std::move(openLedger))) {}
-
-QString MenuBarLabel::iconName() const {
-    if (store.hasBankOutage()) {
-        return QStringLiteral("network.slash");
-    }
-    if (store.needsReconnect()) {
-        return QStringLiteral("exclamationmark.triangle.fill");
-    }
-    if (store.needsAddCreditCard()) {
-        return QStringLiteral("creditcard.trianglebadge.exclamationmark");
-    }
-    if (store.lastError->has_value()) {
-        return QStringLiteral("exclamationmark.circle");
-    }
-    if (!store.timeline->has_value()) {
-        return QStringLiteral("hourglass");
-    }
-    return normalSymbol;
-}
-
-QString MenuBarLabel::text() const {
-    if (store.hasBankOutage()) {
-        return QStringLiteral("Quillo · Bank issue");
-    }
-    if (store.needsReconnect()) {
-        return QStringLiteral("Quillo · Reconnect");
-    }
-    if (store.needsAddCreditCard()) {
-        return QStringLiteral("Quillo · Add credit card");
+MenuBarLabel MenuBarLabel::of(const AppState& state) {
+    if (const auto problem = attention(*state.links, panelOrder)) {
+        return labelOf(problem->trouble);
     }
     // An error does not hide the last known amount; the symbol tells of it.
-    if (const auto& ledger = store.timeline.get()) {
-        if (ledger->pendingHolds >= leastPending) {
-            return u'$' + fmt(ledger->totalOwed, 0) + QStringLiteral(" + $") + fmt(ledger->pendingHolds, 0) +
-                   QStringLiteral(" pend");
-        }
-        return u'$' + fmt(ledger->totalOwed, 2);
+    if (state.live && state.error) {
+        return {.iconName = u"exclamationmark.circle"_s, .text = amountText(*state.live), .shortText = {}};
     }
-    return store.lastError->has_value() ? QStringLiteral("Quillo") : QStringLiteral("Quillo…");
-}
-
-QString MenuBarLabel::shortText() const {
-    return iconName() == normalSymbol ? shortAmount((*store.timeline)->totalOwed) : QString();
+    if (state.live) {
+        return {.iconName = u"creditcard"_s,
+                .text = amountText(*state.live),
+                .shortText = shortAmount(state.live->totalOwed)};
+    }
+    if (state.error) {
+        return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s, .shortText = {}};
+    }
+    return {.iconName = u"hourglass"_s, .text = u"Quillo…"_s, .shortText = {}};
 }
 
 QString MenuBarLabel::fmt(double value, int decimals) {

@@ -88,6 +88,7 @@ MenuRenderer::Row MenuRenderer::takeRow(std::vector<Row>& before, const MenuEntr
         row.action = row.submenu->menuAction();
     } else {
         row.action = new QAction(this);
+        row.action->setAutoRepeat(false); // a shortcut that is held asks once
         connect(row.action, &QAction::triggered, this, [this, action = row.action] { choose(action); });
     }
     return row;

@@ -16,10 +16,11 @@
 #include "store/AppStore.h"
 #include "store/GlobalHotKey.h"
 #include "ui/ApplicationMenu.h"
-#include "ui/Environment.h"
+#include "ui/MenuTracking.h"
 #include "ui/SettingsView.h"
 #include "ui/SingleWindow.h"
 #include "ui/StatusItemScene.h"
+#include "ui/ViewUpdates.h"
 #include "ui/ledger/LedgerView.h"
 
 #include <QCoreApplication>
@@ -31,7 +32,7 @@ namespace quillo {
 
 /// In the order in which they are made; each uses only those before it.
 struct QuilloApp::Parts {
-    explicit Parts(const MenuActions& actions)
+    explicit Parts(const std::function<void()>& openLedger, const std::function<void()>& openSettings)
         : store({.clock = clock,
                  .notifications = notifications,
                  .workspace = workspace,
@@ -42,15 +43,48 @@ struct QuilloApp::Parts {
                  .loginItem = loginItem,
                  .hotKey = GlobalHotKey::shared(),
                  .identityOrigin = build::identityOrigin}),
-          environment(store),
-          ledger(withMenuBar(ledgerScene([] { return new LedgerView; }), notifications, actions)),
-          settings(withMenuBar(settingsScene([] { return new SettingsView; }), notifications, actions)),
-          statusItem(QDBusConnection::sessionBus(), notifications, actions) {}
+          actions(actionsOf(store, workspace, openLedger, openSettings)),
+          ledger(withMenuBar(ledgerScene([this] { return makeLedger(); }))),
+          settings(withMenuBar(settingsScene([this] { return new SettingsView(store); }))),
+          statusItem(QDBusConnection::sessionBus(), store, notifications, actions) {}
 
-    static WindowScene withMenuBar(WindowScene scene, NotificationCenter& notifications,
-                                   const MenuActions& actions) {
-        scene.prepare = [&notifications, actions](QMainWindow& window) {
-            new ApplicationMenu(window, notifications, actions);
+    static MenuActions actionsOf(AppStore& store, const Workspace& workspace,
+                                 const std::function<void()>& openLedger,
+                                 const std::function<void()>& openSettings) {
+        return {
+            .openLedger = openLedger,
+            .refresh = [&store] { store.start(store.refresh()); },
+            .pullUpdates = [&store] { store.start(store.syncNow()); },
+            .pullFromBank = [&store] { store.start(store.refreshFromBank()); },
+            .openLinkPage = [&store] { store.openLinkPage(); },
+            .openReconnect = [&store] { store.openReconnect(); },
+            .setRefreshInterval = [&store](qint64 seconds) { store.settings.refreshInterval = seconds; },
+            .openHelp = [&workspace] { workspace.open(QUrl(build::helpUrl, QUrl::StrictMode)); },
+            .openSettings = openSettings,
+            .signIn = [&store] { store.auth.signIn(); },
+            .signOut = [&store] { store.auth.signOut(); },
+            .quit = [] { QCoreApplication::quit(); },
+        };
+    }
+
+    QWidget* makeLedger() {
+        auto* view = new LedgerView({
+            .pullUpdates = actions.pullUpdates,
+            .pullFromBank = actions.pullFromBank,
+            .openReconnect = actions.openReconnect,
+            .loadSnapshots = [this] { return store.loadSnapshots(); },
+            .loadSnapshot = [this](auto date) { store.start(store.loadSnapshot(std::move(date))); },
+        });
+        new ViewUpdates(
+            store, [view](const AppState& state) { view->render(state); }, view);
+        return view;
+    }
+
+    WindowScene withMenuBar(WindowScene scene) {
+        scene.prepare = [this](QMainWindow& window) {
+            auto* menu = new ApplicationMenu(window, actions);
+            new ViewUpdates(
+                store, [menu](const AppState& state) { menu->render(state); }, menu);
         };
         return scene;
     }
@@ -77,9 +111,10 @@ struct QuilloApp::Parts {
     UserDefaults defaults;
     SecretStore secrets;
     AppStore store;
-    Environment environment;
+    MenuActions actions;
     SleepMonitor sleepMonitor{QDBusConnection::systemBus(), notifications};
     ApplicationActivity activity{notifications};
+    MenuTracking menuTracking{notifications};
     TerminationSignals termination{[] { QCoreApplication::quit(); }};
     SingleWindow ledger;
     SingleWindow settings;
@@ -89,17 +124,13 @@ struct QuilloApp::Parts {
 };
 
 QuilloApp::QuilloApp(SingleInstance& instance)
-    : parts(std::make_unique<Parts>(MenuActions{
-          .openLedger = [this] { parts->ledger.open(); },
-          .openHelp = [this] { parts->workspace.open(QUrl(build::helpUrl, QUrl::StrictMode)); },
-          .openSettings = [this] { parts->settings.open(); },
-          .quit = [] { QCoreApplication::quit(); },
-      })) {
+    : parts(std::make_unique<Parts>([this] { parts->ledger.open(); }, [this] { parts->settings.open(); })) {
+    const auto& actions = parts->actions;
     instance.setRequests({
-        .openLedger = [this] { parts->ledger.open(); },
-        .refresh = [this] { parts->store.start(parts->store.refresh()); },
-        .settings = [this] { parts->settings.open(); },
-        .quit = [] { QCoreApplication::quit(); },
+        .openLedger = actions.openLedger,
+        .refresh = actions.refresh,
+        .settings = actions.openSettings,
+        .quit = actions.quit,
     });
     parts->statusItem.show();
 }

@@ -3,10 +3,11 @@
 #include "settings/IntervalPreset.h"
 #include "store/AppStore.h"
 #include "ui/Colours.h"
-#include "ui/Environment.h"
+#include "ui/ViewUpdates.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QEvent>
 #include <QFontInfo>
 #include <QGroupBox>
@@ -18,6 +19,7 @@
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <QValidator>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -36,11 +38,33 @@ void colourText(QLabel* text, const QColor& colour) {
     text->setPalette(palette);
 }
 
+QString withoutLineBreaks(QString text) {
+    text.removeIf([](QChar each) {
+        return each == QChar::LineFeed || each == QChar::CarriageReturn || each == QChar::LineSeparator ||
+               each == QChar::ParagraphSeparator;
+    });
+    return text;
+}
+
+/// What is copied from a file or a page often comes with the end of its line, which nobody sees in a field
+/// and no backend takes.
+class OneLine final : public QValidator {
+public:
+    using QValidator::QValidator;
+
+    State validate(QString& text, int& cursor) const override {
+        cursor = static_cast<int>(withoutLineBreaks(text.first(cursor)).size());
+        text = withoutLineBreaks(text);
+        return Acceptable;
+    }
+};
+
 /// Leaves the text alone while it says the same, so that a change elsewhere does not move the cursor.
 void showText(QLineEdit* field, const QString& text) {
-    if (field->text() != text) {
+    const auto line = withoutLineBreaks(text);
+    if (field->text() != line) {
         const QSignalBlocker blocker(field);
-        field->setText(text);
+        field->setText(line);
     }
 }
 
@@ -95,10 +119,25 @@ void alignFields(QWidget* form) {
 
 } // namespace
 
-SettingsView::SettingsView(QWidget* parent)
-    : QWidget(parent), store(Environment::store()), updates(store, [this] { render(); }) {
-    auto* form = new QWidget;
-    sections = new QVBoxLayout(form);
+SettingsView::SettingsView(AppStore& shownStore, QWidget* parent) : QWidget(parent), store(shownStore) {
+    form = new QScrollArea(this);
+    form->setFrameShape(QFrame::NoFrame);
+    form->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    form->setWidgetResizable(true);
+    form->setFocusPolicy(Qt::NoFocus);
+    form->setWidget(makeSections());
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->addWidget(form);
+    setFixedSize(contentSize);
+    applyColours();
+    new ViewUpdates(
+        store, [this](const AppState&) { render(); }, this);
+}
+
+QWidget* SettingsView::makeSections() {
+    auto* content = new QWidget;
+    sections = new QVBoxLayout(content);
     sections->setSpacing(sectionGap);
     addBackend();
     addAuthentication();
@@ -107,23 +146,11 @@ SettingsView::SettingsView(QWidget* parent)
     addHotKey();
     addLastError();
     sections->addStretch(1);
-    alignFields(form);
-    for (auto* const section : form->findChildren<QGroupBox*>()) {
+    alignFields(content);
+    for (auto* const section : content->findChildren<QGroupBox*>()) {
         emphasiseTitle(section);
     }
-
-    auto* scrolled = new QScrollArea(this);
-    scrolled->setFrameShape(QFrame::NoFrame);
-    scrolled->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    scrolled->setWidgetResizable(true);
-    scrolled->setFocusPolicy(Qt::NoFocus);
-    scrolled->setWidget(form);
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins(0, 0, 0, 0);
-    whole->addWidget(scrolled);
-    setFixedSize(contentSize);
-    applyColours();
-    render();
+    return content;
 }
 
 QVBoxLayout* SettingsView::addSection(const QString& title) {
@@ -157,6 +184,7 @@ QLabel* SettingsView::addNoteUnder(QCheckBox* box, QVBoxLayout* section, const Q
 void SettingsView::addBackend() {
     auto* section = addSection(QStringLiteral("Backend"));
     backend = new QLineEdit;
+    backend->setValidator(new OneLine(backend));
     connect(backend, &QLineEdit::textChanged, this,
             [this](const QString& text) { store.settings.backend = text; });
     addField(section, QStringLiteral("URL"), backend);
@@ -168,6 +196,7 @@ void SettingsView::addBackend() {
 void SettingsView::addAuthentication() {
     auto* section = addSection(QStringLiteral("Authentication"));
     apiKey = new QLineEdit;
+    apiKey->setValidator(new OneLine(apiKey));
     apiKey->setEchoMode(QLineEdit::Password);
     connect(apiKey, &QLineEdit::textChanged, this,
             [this](const QString& text) { store.settings.apiKey = text; });
@@ -187,7 +216,10 @@ void SettingsView::addRefresh() {
     // Screen readers are told the chosen entry as its name.
     interval->setAccessibleDescription(QStringLiteral("Interval"));
     auto* refresh = new QPushButton(QStringLiteral("Refresh now"));
-    connect(refresh, &QPushButton::clicked, this, [this] { store.start(store.refresh()); });
+    connect(refresh, &QPushButton::clicked, this, [this] {
+        isAnswerAwaited = true;
+        store.start(store.refresh());
+    });
     row->addStretch(1);
     row->addWidget(refresh);
 }
@@ -228,6 +260,13 @@ void SettingsView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
 }
 
+bool SettingsView::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate) {
+        render(); // the desktop's list of startup applications may have been changed meanwhile
+    }
+    return QWidget::event(event);
+}
+
 void SettingsView::applyColours() {
     const auto colours = Colours::on(palette());
     for (auto* const note : notes) {
@@ -248,9 +287,24 @@ void SettingsView::render() {
     const auto status = store.loginItemStatusMessage();
     loginItemStatus->setText(status.value_or(QString()));
     loginItemStatus->setVisible(status.has_value());
-    const auto& error = store.lastError.get();
+    showError(store.lastError);
+}
+
+void SettingsView::showError(const std::optional<QString>& error) {
+    const bool isAnswer = isAnswerAwaited && !store.isLoading;
+    const bool isNews = isVisible() && error && (isAnswer || lastError->text() != *error);
+    isAnswerAwaited = isAnswerAwaited && !isAnswer;
     lastErrorSection->setVisible(error.has_value());
     lastError->setText(error.value_or(QString()));
+    if (isNews) {
+        // Where the section is, is known only when all that contains it has been laid out, which would
+        // otherwise take some turns of the loop.
+        lastErrorSection->layout()->activate();
+        form->widget()->layout()->activate();
+        QEvent request(QEvent::LayoutRequest);
+        QCoreApplication::sendEvent(form, &request);
+        form->ensureWidgetVisible(lastErrorSection);
+    }
 }
 
 } // namespace quillo

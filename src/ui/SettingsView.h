@@ -1,10 +1,8 @@
 #pragma once
 
-#include "core/Signal.h"
-#include "ui/ViewUpdates.h"
-
 #include <QWidget>
 
+#include <optional>
 #include <vector>
 
 class QCheckBox;
@@ -12,6 +10,7 @@ class QComboBox;
 class QGroupBox;
 class QLabel;
 class QLineEdit;
+class QScrollArea;
 class QVBoxLayout;
 
 namespace quillo {
@@ -24,13 +23,14 @@ class SettingsView final : public QWidget {
 public:
     static constexpr QSize contentSize{460, 380};
 
-    /// Takes the store from the environment.
-    explicit SettingsView(QWidget* parent = nullptr);
+    explicit SettingsView(AppStore& store, QWidget* parent = nullptr);
 
 protected:
+    bool event(QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
+    [[nodiscard]] QWidget* makeSections();
     void addBackend();
     void addAuthentication();
     void addRefresh();
@@ -42,9 +42,11 @@ private:
     [[nodiscard]] QLabel* addNoteUnder(QCheckBox* box, QVBoxLayout* section, const QString& text);
     void applyColours();
     void render();
+    void showError(const std::optional<QString>& error);
 
     AppStore& store;
-    QVBoxLayout* sections;
+    QScrollArea* form = nullptr;
+    QVBoxLayout* sections = nullptr;
     QLineEdit* backend = nullptr;
     QCheckBox* verifyTLS = nullptr;
     QLineEdit* apiKey = nullptr;
@@ -54,8 +56,8 @@ private:
     QCheckBox* hotKey = nullptr;
     QGroupBox* lastErrorSection = nullptr;
     QLabel* lastError = nullptr;
-    std::vector<QLabel*> notes; ///< of less importance than the controls above them
-    ViewUpdates updates;
+    bool isAnswerAwaited = false; ///< "Refresh now" was pressed, and its outcome is not shown yet
+    std::vector<QLabel*> notes;   ///< of less importance than the controls above them
 };
 
 } // namespace quillo

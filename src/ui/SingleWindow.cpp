@@ -65,7 +65,7 @@ private:
     SingleWindow& owner;
 };
 
-SingleWindow::SingleWindow(WindowScene windowScene) : scene(std::move(windowScene)), size(scene.firstSize) {}
+SingleWindow::SingleWindow(WindowScene windowScene) : scene(std::move(windowScene)) {}
 
 SingleWindow::~SingleWindow() {
     delete frame;
@@ -74,10 +74,13 @@ SingleWindow::~SingleWindow() {
 void SingleWindow::open() {
     if (!frame) {
         frame = new Frame(*this, scene);
-        if (size.isEmpty()) {
+        if (!size.isEmpty()) {
+            frame->resize(size);
+        } else if (scene.firstSize.isEmpty()) {
             frame->adjustSize();
         } else {
-            frame->resize(size);
+            const auto* menuBar = frame->menuWidget();
+            frame->resize(scene.firstSize + QSize(0, menuBar ? menuBar->sizeHint().height() : 0));
         }
         if (isMaximized) {
             frame->setWindowState(Qt::WindowMaximized);

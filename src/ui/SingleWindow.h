@@ -15,7 +15,7 @@ namespace quillo {
 struct WindowScene {
     QString title;
     QString identifier;
-    QSize firstSize; ///< empty: always as its content asks
+    QSize firstSize; ///< of the content; empty: always as it asks
     /// Makes the content, anew each time the window opens.
     std::function<QWidget*()> makeContent;
     /// Adds what belongs to the frame, such as a menu bar; may be empty.
@@ -50,7 +50,7 @@ private:
 
     WindowScene scene;
     QPointer<Frame> frame;
-    QSize size;
+    QSize size; ///< that it was left with; empty before
     bool isMaximized = false;
 };
 

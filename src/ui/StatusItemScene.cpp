@@ -2,7 +2,8 @@
 
 #include "platform/desktop/ActivationToken.h"
 #include "platform/desktop/NotificationCenter.h"
-#include "ui/Environment.h"
+#include "store/AppStore.h"
+#include "ui/MenuBarLabel.h"
 #include "ui/MenuRenderer.h"
 
 #include <QCursor>
@@ -11,21 +12,19 @@
 
 namespace quillo {
 
-StatusItemScene::StatusItemScene(const QDBusConnection& connection, NotificationCenter& center,
-                                 MenuActions actions)
-    : notifications(center),
-      openLedger(actions.openLedger),
-      label(center, actions.openLedger),
-      content(std::move(actions)),
+StatusItemScene::StatusItemScene(const QDBusConnection& connection, AppStore& shownStore,
+                                 NotificationCenter& notifications, MenuActions whatToDo)
+    : store(shownStore),
+      actions(std::move(whatToDo)),
+      ledgerRequests(notifications.observe(notification::openLedgerRequested, actions.openLedger)),
       item(connection),
-      updates(Environment::store(), [this] { render(); }) {
+      updates(store, [this](const AppState& state) { render(state); }) {
     QObject::connect(&item, &StatusItem::menuBeganTracking, &item,
-                     [this] { notifications.post(notification::menuDidBeginTracking); });
+                     [&notifications] { notifications.post(notification::menuDidBeginTracking); });
     QObject::connect(&item, &StatusItem::menuRequested, &item, [this] { openMenu(); });
     QObject::connect(&item, &StatusItem::toolTipRequested, &item,
                      [](const QPoint& position, const QString& text) { QToolTip::showText(position, text); });
     QObject::connect(&item, &StatusItem::activationTokenReceived, &item, &ActivationToken::offer);
-    render();
 }
 
 StatusItemScene::~StatusItemScene() = default;
@@ -34,26 +33,25 @@ void StatusItemScene::show() {
     item.show();
 }
 
-void StatusItemScene::render() {
-    item.setContent({.symbol = label.iconName(), .text = label.text(), .shortText = label.shortText()});
-    item.setMenu(content.menu());
+void StatusItemScene::render(const AppState& state) {
+    const auto label = MenuBarLabel::of(state);
+    item.setContent({.symbol = label.iconName, .text = label.text, .shortText = label.shortText});
+    item.setMenu(menuBarContent(state, actions));
     if (menu && menu->isVisible()) {
-        menu->setMenu(content.menu());
+        menu->setMenu(menuBarContent(state, actions));
     }
 }
 
 void StatusItemScene::openMenu() {
     // A Wayland compositor places a menu only beside a window of its program.
     if (QGuiApplication::platformName().startsWith(u"wayland")) {
-        openLedger();
+        actions.openLedger();
         return;
     }
     if (!menu) {
         menu = std::make_unique<MenuRenderer>();
-        QObject::connect(menu.get(), &QMenu::aboutToShow, &item,
-                         [this] { notifications.post(notification::menuDidBeginTracking); });
     }
-    menu->setMenu(content.menu());
+    menu->setMenu(menuBarContent(store.state(), actions));
     menu->popup(QCursor::pos());
 }
 

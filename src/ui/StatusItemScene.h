@@ -1,8 +1,8 @@
 #pragma once
 
+#include "core/Signal.h"
 #include "platform/tray/StatusItem.h"
 #include "ui/MenuBarContent.h"
-#include "ui/MenuBarLabel.h"
 #include "ui/ViewUpdates.h"
 
 #include <QDBusConnection>
@@ -11,15 +11,19 @@
 
 namespace quillo {
 
+class AppStore;
 class MenuRenderer;
+class NotificationCenter;
 
-/// The status item: the label as its face, the content as its menu. The panel shows the menu, or asks for it
-/// to be shown; then it opens at the pointer, or, where the window system lets no program do that, the ledger
-/// window opens in its place.
+/// The status item: `MenuBarLabel` as its face, `menuBarContent` as its menu. The panel shows the menu, or
+/// asks for it to be shown; then it opens at the pointer, or, where the window system lets no program do
+/// that, the ledger window opens in its place.
+///
+/// It lives as long as the application, so it is also where requests to open the ledger are answered
+/// (`notification::openLedgerRequested`).
 class StatusItemScene {
 public:
-    /// Takes the store from the environment.
-    StatusItemScene(const QDBusConnection& connection, NotificationCenter& notifications,
+    StatusItemScene(const QDBusConnection& connection, AppStore& store, NotificationCenter& notifications,
                     MenuActions actions);
     StatusItemScene(const StatusItemScene&) = delete;
     StatusItemScene& operator=(const StatusItemScene&) = delete;
@@ -29,13 +33,12 @@ public:
     void show();
 
 private:
-    void render();
+    void render(const AppState& state);
     void openMenu();
 
-    NotificationCenter& notifications;
-    std::function<void()> openLedger;
-    MenuBarLabel label;
-    MenuBarContent content;
+    AppStore& store;
+    MenuActions actions;
+    Observation ledgerRequests;
     StatusItem item;
     std::unique_ptr<MenuRenderer> menu; ///< made when a panel first asks for it
     ViewUpdates updates;

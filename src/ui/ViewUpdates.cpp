@@ -4,22 +4,28 @@
 
 #include <QMetaObject>
 
+#include <utility>
+
 namespace quillo {
 
-ViewUpdates::ViewUpdates(AppStore& store, std::function<void()> draw)
-    : render(std::move(draw)),
+ViewUpdates::ViewUpdates(AppStore& shownStore, Render draw, QObject* parent)
+    : QObject(parent),
+      store(shownStore),
+      render(std::move(draw)),
       storeChanges(store.objectWillChange.observe([this] { schedule(); })),
-      settingsChanges(store.settings.objectWillChange.observe([this] { schedule(); })) {}
+      settingsChanges(store.settings.objectWillChange.observe([this] { schedule(); })) {
+    render(store.state());
+}
 
 void ViewUpdates::schedule() {
     if (std::exchange(isScheduled, true)) {
         return;
     }
     QMetaObject::invokeMethod(
-        &context,
+        this,
         [this] {
             isScheduled = false;
-            render();
+            render(store.state());
         },
         Qt::QueuedConnection);
 }

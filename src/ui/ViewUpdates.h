@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Signal.h"
+#include "store/AppState.h"
 
 #include <QObject>
 
@@ -12,17 +13,20 @@ class AppStore;
 
 /// Has a view rendered when the store, its settings or the sign-in change: once, on the next turn of the
 /// loop, however many changes were announced before it. So a view never reads inside an announcement, where
-/// values are still old.
-class ViewUpdates {
+/// values are still old. Lives as long as its parent.
+class ViewUpdates final : public QObject {
 public:
-    ViewUpdates(AppStore& store, std::function<void()> render);
+    using Render = std::function<void(const AppState&)>;
+
+    /// Renders at once for the first time.
+    ViewUpdates(AppStore& store, Render render, QObject* parent = nullptr);
 
 private:
     void schedule();
 
-    std::function<void()> render;
+    AppStore& store;
+    Render render;
     bool isScheduled = false;
-    QObject context;
     Observation storeChanges;
     Observation settingsChanges;
 };

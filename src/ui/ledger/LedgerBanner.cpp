@@ -54,7 +54,7 @@ LedgerBanner::LedgerBanner(std::function<void()> onButton, QWidget* parent)
     hide();
 }
 
-void LedgerBanner::setContent(const std::optional<Content>& content) {
+void LedgerBanner::setContent(const std::optional<BannerContent>& content) {
     if (content == shown) {
         return;
     }
@@ -76,6 +76,7 @@ void LedgerBanner::setContent(const std::optional<Content>& content) {
 
 QColor LedgerBanner::colour() const {
     const auto colours = Colours::on(palette());
+    using Tone = BannerContent::Tone;
     const auto tone = shown ? shown->tone : Tone::neutral;
     return tone == Tone::red      ? colours.red
            : tone == Tone::orange ? colours.orange

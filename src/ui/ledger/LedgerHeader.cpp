@@ -1,13 +1,8 @@
 #include "ui/ledger/LedgerHeader.h"
 
-#include "core/PlainText.h"
 #include "platform/symbols/Symbols.h"
-#include "store/AppStore.h"
 #include "ui/Colours.h"
-#include "ui/Environment.h"
 #include "ui/Fonts.h"
-#include "ui/MenuBarLabel.h"
-#include "ui/NumberFormat.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerBanner.h"
 
@@ -53,49 +48,18 @@ void colourText(QLabel* text, const QColor& colour) {
     text->setPalette(palette);
 }
 
-QString dollars(double amount) {
-    return NumberFormat::dollars(amount, 2);
-}
-
 /// The lines of the header read from left to right, also when they begin with an amount in a script that does
 /// not.
 void showLine(QLabel* label, const QString& text) {
     label->setText(text.isRightToLeft() ? QChar(0x200E) + text : text);
 }
 
-std::optional<LedgerBanner::Content> linkCondition(const AppStore& store) {
-    using Tone = LedgerBanner::Tone;
-    const auto symbol = QStringLiteral("exclamationmark.triangle.fill");
-    if (store.needsReconnect()) {
-        return LedgerBanner::Content{.symbol = symbol,
-                                     .headline = QStringLiteral("Bank connection needs re-authentication"),
-                                     .subtitle = store.reconnectMessage(),
-                                     .buttonTitle = QStringLiteral("Reconnect now"),
-                                     .tone = Tone::red};
-    }
-    if (store.needsAddCreditCard()) {
-        return LedgerBanner::Content{.symbol = symbol,
-                                     .headline = QStringLiteral("No credit card linked"),
-                                     .subtitle = store.addCreditMessage(),
-                                     .buttonTitle = QStringLiteral("Re-run Link"),
-                                     .tone = Tone::orange};
-    }
-    if (store.hasBankOutage()) {
-        return LedgerBanner::Content{.symbol = symbol,
-                                     .headline = QStringLiteral("Bank is having a service issue"),
-                                     .subtitle = store.outageMessage(),
-                                     .tone = Tone::orange};
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 LedgerHeader::LedgerHeader(QWidget* parent)
     : QWidget(parent),
-      store(Environment::store()),
       snapshotBanner(new LedgerBanner([this] { Q_EMIT backToLiveRequested(); }, this)),
-      linkBanner(new LedgerBanner([this] { store.openReconnect(); }, this)),
+      linkBanner(new LedgerBanner([this] { Q_EMIT reconnectRequested(); }, this)),
       totals(new QWidget(this)),
       caption(captionLabel(totals)),
       posted(label(totals, largeFigure, QFont::DemiBold)),
@@ -150,50 +114,36 @@ void LedgerHeader::layOutTotals() {
     totals->installEventFilter(this);
 }
 
-void LedgerHeader::render() {
-    renderBanners();
-    const auto* ledger = store.visibleTimeline();
-    totals->setVisible(ledger != nullptr);
-    if (ledger) {
-        renderTotals(*ledger);
+void LedgerHeader::setContent(const LedgerHeaderContent& content) {
+    snapshotBanner->setContent(content.snapshot);
+    linkBanner->setContent(content.link);
+    error->setContent(content.error);
+    spinner->setVisible(content.isWaiting);
+    totals->setVisible(content.totals.has_value());
+    if (content.totals) {
+        showTotals(*content.totals);
     }
-    renderAbsence();
 }
 
-void LedgerHeader::renderBanners() {
-    std::optional<LedgerBanner::Content> snapshot;
-    if (store.isViewingSnapshot()) {
-        snapshot = {.symbol = QStringLiteral("clock.arrow.circlepath"),
-                    .subtitle = QStringLiteral("Viewing snapshot from ") + **store.selectedSnapshotDate +
-                                QStringLiteral(" — read-only, frozen at end of that day."),
-                    .buttonTitle = QStringLiteral("Back to live")};
-    }
-    snapshotBanner->setContent(snapshot);
-    linkBanner->setContent(linkCondition(store));
-}
-
-void LedgerHeader::renderTotals(const Timeline& ledger) {
+void LedgerHeader::showTotals(const LedgerTotals& figures) {
     const auto colours = Colours::on(palette());
-    const bool hasPending = ledger.pendingHolds >= MenuBarLabel::leastPending;
-    caption->setText(hasPending ? QStringLiteral("TOTAL OWED (POSTED + PENDING AUTHORIZATIONS)")
-                                : QStringLiteral("OWED NOW"));
+    caption->setText(figures.caption);
     colourText(caption, colours.secondary);
-    showLine(posted, dollars(ledger.totalOwed));
+    showLine(posted, figures.posted);
+    showLine(pending, figures.pending);
+    showLine(total, figures.total);
     for (auto* figure : {plus, pending, pendingWord, equals, total}) {
-        figure->setVisible(hasPending);
+        figure->setVisible(figures.hasPending());
     }
-    showLine(pending, dollars(ledger.pendingHolds));
     colourText(pending, colours.orange);
     colourText(pendingWord, colours.secondary);
-    showLine(total, dollars(ledger.totalWithPending));
 
-    cardSymbol->setVisible(hasPending);
+    cardSymbol->setVisible(figures.hasPending());
     cardSymbol->setPixmap(
         symbolPixmap(QStringLiteral("creditcard"), cardSymbolSize, colours.secondary, devicePixelRatioF()));
-    showLine(available, hasPending ? dollars(ledger.available) + QStringLiteral(" available")
-                                   : QStringLiteral("Available ") + dollars(ledger.available));
+    showLine(available, figures.available);
     colourText(available, colours.secondary);
-    asOf->setText(QStringLiteral("as of ") + plainLine(ledger.asOf));
+    asOf->setText(figures.asOf);
     colourText(asOf, colours.tertiary);
     fitFigures();
 }
@@ -237,19 +187,6 @@ bool LedgerHeader::eventFilter(QObject* watched, QEvent* event) {
         fitFigures();
     }
     return QWidget::eventFilter(watched, event);
-}
-
-void LedgerHeader::renderAbsence() {
-    const bool isAbsent = store.visibleTimeline() == nullptr;
-    const auto& problem = store.lastError.get();
-    std::optional<LedgerBanner::Content> content;
-    if (isAbsent && problem) {
-        content = {.symbol = QStringLiteral("exclamationmark.triangle"),
-                   .subtitle = *problem,
-                   .tone = LedgerBanner::Tone::red};
-    }
-    error->setContent(content);
-    spinner->setVisible(isAbsent && !problem);
 }
 
 } // namespace quillo

@@ -1,41 +1,36 @@
 #pragma once
 
+#include "ui/ledger/LedgerHeaderContent.h"
+
 #include <QWidget>
 
 class QLabel;
 
 namespace quillo {
 
-class AppStore;
 class LedgerBanner;
 class Spinner;
-struct Timeline;
 
-/// The top of the ledger: what is wrong or unusual, the totals, the credit that is left. Without a ledger it
-/// shows the error, or that one is being fetched.
+/// The top of the ledger window: shows a `LedgerHeaderContent`.
 class LedgerHeader final : public QWidget {
     Q_OBJECT
 public:
-    /// Takes the store from the environment.
     explicit LedgerHeader(QWidget* parent = nullptr);
 
-    /// Shows what the store holds now.
-    void render();
+    void setContent(const LedgerHeaderContent& content);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
     void backToLiveRequested();
+    void reconnectRequested();
 
 private:
-    void renderBanners();
-    void renderTotals(const Timeline& ledger);
-    void renderAbsence();
+    void showTotals(const LedgerTotals& figures);
     void layOutTotals();
     void fitFigures();
 
-    AppStore& store;
     LedgerBanner* snapshotBanner;
     LedgerBanner* linkBanner;
     QWidget* totals;

@@ -1,26 +1,22 @@
 #include "ui/ledger/LedgerRows.h"
 
+#include <utility>
+
 namespace quillo {
 
-void LedgerRows::setLedger(const Timeline* next) {
-    ledger = next;
-    search.setLedger(next);
-    sort();
-}
-
-void LedgerRows::setSearch(const QString& text) {
-    search.setText(text);
-    shown = search.passing(sorted);
-}
-
-void LedgerRows::setSortOrder(LedgerSortOrder next) {
-    order = next;
-    sort();
-}
-
-void LedgerRows::sort() {
-    sorted = ledger ? sortedLines(ledger->transactions, order) : std::vector<std::uint32_t>();
-    shown = search.passing(sorted);
+LedgerRows LedgerRows::of(std::shared_ptr<const PreparedLedger> prepared, QString search,
+                          LedgerSortOrder order) {
+    LedgerRows rows{.prepared = std::move(prepared),
+                    .search = std::move(search),
+                    .order = order,
+                    .lines = {},
+                    .places = {}};
+    rows.lines = rows.prepared->rows(rows.search, rows.order);
+    rows.places.assign(rows.prepared->lines().size(), noLine);
+    for (std::size_t row = 0; row < rows.lines.size(); ++row) {
+        rows.places[rows.lines[row]] = static_cast<LinePosition>(row);
+    }
+    return rows;
 }
 
 } // namespace quillo

@@ -1,44 +1,31 @@
 #pragma once
 
-#include "model/Timeline.h"
-#include "ui/ledger/LedgerOrder.h"
-#include "ui/ledger/LedgerSearch.h"
-
-#include <QString>
-
-#include <cstdint>
-#include <vector>
+#include "ui/ledger/PreparedLedger.h"
 
 namespace quillo {
 
-/// Which lines of a ledger are shown, and in which order: an index over the ledger, which itself is neither
-/// copied nor changed.
-///
-/// The order of all lines is kept, and so is what the search found, so that a keystroke costs one search and
-/// one pass over the index, and another order costs no search.
-class LedgerRows {
-public:
-    /// Takes up another ledger, or none; search and order stay. The ledger must outlive its use here.
-    void setLedger(const Timeline* ledger);
+/// Which lines of a ledger a table shows, and in which order: an immutable value that owns what it shows.
+struct LedgerRows {
+    std::shared_ptr<const PreparedLedger> prepared = std::make_shared<const PreparedLedger>();
+    QString search = {};
+    LedgerSortOrder order = {};
+    std::vector<LinePosition> lines = {};  ///< of each row
+    std::vector<LinePosition> places = {}; ///< the row of each line; `noLine` for one that is not shown
 
-    /// Shows only lines that hold the text (see `LedgerSearch`).
-    void setSearch(const QString& text);
+    [[nodiscard]] static LedgerRows of(std::shared_ptr<const PreparedLedger> prepared, QString search,
+                                       LedgerSortOrder order);
 
-    void setSortOrder(LedgerSortOrder order);
+    [[nodiscard]] int count() const noexcept { return static_cast<int>(lines.size()); }
 
-    [[nodiscard]] LedgerSortOrder sortOrder() const noexcept { return order; }
+    /// `row` is one of `count()`.
+    [[nodiscard]] const Transaction& operator[](int row) const {
+        return prepared->lines()[lines[static_cast<std::size_t>(row)]];
+    }
 
-    /// Positions in the ledger's list, in the order of the screen.
-    [[nodiscard]] const std::vector<std::uint32_t>& rows() const noexcept { return shown; }
-
-private:
-    void sort();
-
-    const Timeline* ledger = nullptr;
-    LedgerSortOrder order;
-    LedgerSearch search;
-    std::vector<std::uint32_t> sorted;
-    std::vector<std::uint32_t> shown;
+    /// The row of a line; -1 when it is not shown.
+    [[nodiscard]] int rowOf(LinePosition line) const noexcept {
+        return line < places.size() ? static_cast<int>(places[line]) : -1;
+    }
 };
 
 } // namespace quillo

@@ -28,12 +28,21 @@ constexpr ColumnWidth widths[] = {{LedgerColumn::date, 90, 100},
                                   {LedgerColumn::amount, 100, 120},
                                   {LedgerColumn::runningBalance, 120, 140}};
 
-/// Beyond so many selected lines, finding them again in another ledger is not worth the wait.
+/// Beyond so many selected lines, finding them again in other rows is not worth the wait.
 constexpr int mostRemembered = 100;
+
+/// Up to so many lines everything is done at once: it takes two milliseconds, less than a thread's answer
+/// may.
+constexpr std::size_t preparedAtOnce = 5'000;
+
+bool isSmall(const Ledger& ledger) {
+    return !ledger || ledger->transactions.size() <= preparedAtOnce;
+}
 
 } // namespace
 
-LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new LedgerTableModel(this)) {
+LedgerTable::LedgerTable(QWidget* parent)
+    : QTableView(parent), lines(new LedgerTableModel(this)), prepared{.ledger = lines->rows()->prepared} {
     setModel(lines);
     setItemDelegate(new LedgerCellDelegate(this));
     auto* roomy = new LedgerTableStyle;
@@ -71,9 +80,12 @@ LedgerTable::LedgerTable(QWidget* parent) : QTableView(parent), lines(new Ledger
 
 void LedgerTable::showEvent(QShowEvent* event) {
     QTableView::showEvent(event);
-    if (event->spontaneous()) {
-        return; // The window was only minimised: the columns are as the user left them.
+    if (!event->spontaneous()) {
+        fitColumns(); // a window that was only minimised is as the user left it
     }
+}
+
+void LedgerTable::fitColumns() {
     for (const auto& [column, minimum, ideal] : widths) {
         // Wider where the desktop's font needs it.
         const auto needed = std::min(sizeHintForColumn(static_cast<int>(column)), 2 * ideal);
@@ -89,52 +101,175 @@ void LedgerTable::keepMinimumWidth(int section, int, int width) {
     }
 }
 
-void LedgerTable::selectLines(const auto& known, const auto& isSame) {
-    if (known.empty()) {
+LedgerTable::Prepared LedgerTable::Prepared::make(Ledger next, std::shared_ptr<const PreparedLedger> before) {
+    const auto& former = before->lines();
+    // A refresh seldom brings anything new. Lines that are equal need not be prepared again.
+    if (next && next->transactions == former) {
+        auto same = std::make_shared<const PreparedLedger>(std::move(next), *before);
+        return {.ledger = std::move(same), .before = std::move(before), .moved = std::nullopt};
+    }
+    auto other = std::make_shared<const PreparedLedger>(std::move(next));
+    auto moved = successors(former, other->lines());
+    return {.ledger = std::move(other), .before = std::move(before), .moved = std::move(moved)};
+}
+
+void LedgerTable::setLedger(Ledger ledger) {
+    if (ledger == wantedLedger) {
         return;
     }
-    QItemSelection selection;
-    for (int row = 0; row < lines->rowCount(); ++row) {
-        const auto& line = *lines->line(row);
-        if (std::ranges::any_of(known, [&](const auto& one) { return isSame(line, one); })) {
-            const auto index = lines->index(row, 0);
-            selection.select(index, lines->index(row, lines->columnCount() - 1));
-        }
+    wantedLedger = std::move(ledger);
+    preparing.cancelAll();
+    const auto& before = lines->rows()->prepared;
+    if (isSmall(wantedLedger) && isSmall(before->ledger())) {
+        prepared = Prepared::make(wantedLedger, before);
+        updateRows();
+    } else {
+        preparing.spawn(prepare());
+        Q_EMIT preparingChanged();
     }
-    selectionModel()->select(selection, QItemSelectionModel::Select);
+}
+
+Task<> LedgerTable::prepare() {
+    auto work = worker.run(
+        [ledger = wantedLedger, before = lines->rows()->prepared] { return Prepared::make(ledger, before); });
+    prepared = co_await work;
+    updateRows();
+}
+
+void LedgerTable::setSearch(const QString& text) {
+    search = text;
+    updateRows();
 }
 
 void LedgerTable::sortBy(int section) {
-    const auto order = lines->sortOrder();
-    if (section == static_cast<int>(LedgerColumn::description)) {
-        showSortOrder(); // The header has moved its arrow by itself.
-        return;
+    const auto column = static_cast<LedgerColumn>(section);
+    if (column != LedgerColumn::description) {
+        const bool turn = column == sortOrder.column && sortOrder.direction == Qt::DescendingOrder;
+        sortOrder = {.column = column, .direction = turn ? Qt::AscendingOrder : Qt::DescendingOrder};
+        updateRows();
     }
-    const bool isSame = section == static_cast<int>(order.column);
-    const auto direction =
-        isSame && order.direction == Qt::DescendingOrder ? Qt::AscendingOrder : Qt::DescendingOrder;
-    const auto chosen = selectionModel()->selectedRows();
-    std::vector<const Transaction*> selected;
-    if (chosen.size() <= mostRemembered) {
-        std::ranges::transform(chosen, std::back_inserter(selected),
-                               [this](const auto& index) { return lines->line(index.row()); });
+    showSortOrder(); // the header has moved its arrow by itself
+}
+
+/// Brings the rows in line with what is wanted.
+void LedgerTable::updateRows() {
+    ordering.cancelAll();
+    if (isSmall(prepared.ledger->ledger())) {
+        showRows(std::make_shared<const LedgerRows>(LedgerRows::of(prepared.ledger, search, sortOrder)));
+    } else {
+        ordering.spawn(order());
+        Q_EMIT preparingChanged();
     }
-    lines->sort(section, direction);
-    selectLines(selected, [](const Transaction& line, const Transaction* known) { return &line == known; });
-    showSortOrder();
-    scrollToTop();
+}
+
+Task<> LedgerTable::order() {
+    auto work = worker.run([ledger = prepared.ledger, text = search, wanted = sortOrder] {
+        return std::make_shared<const LedgerRows>(LedgerRows::of(ledger, text, wanted));
+    });
+    auto rows = co_await work;
+    showRows(std::move(rows));
+}
+
+void LedgerTable::showRows(std::shared_ptr<const LedgerRows> rows) {
+    const auto before = lines->rows();
+    const bool isOtherLedger = before->prepared != rows->prepared;
+    const bool isFirst = before->prepared->lines().empty();
+    const bool isSameView = before->search == rows->search && before->order == rows->order;
+    const bool isFollowed = !isOtherLedger || prepared.before == before->prepared;
+    const bool isEqual = isFollowed && !(isOtherLedger && prepared.moved);
+    if (isEqual && isSameView) {
+        lines->setEqualRows(std::move(rows));
+    } else {
+        auto known = place();
+        if (!isEqual) {
+            follow(known, isFollowed);
+        }
+        if (!isSameView) {
+            known.top = noLine;
+        }
+        lines->setRows(std::move(rows));
+        findAgain(known);
+    }
+    if (isFirst && isVisible()) {
+        fitColumns();
+    }
+    if (isOtherLedger) {
+        prepared.before.reset();
+        prepared.moved.reset();
+        Q_EMIT ledgerShown();
+    }
+    // On a later turn, when the task that may have brought the rows has ended.
+    QMetaObject::invokeMethod(this, &LedgerTable::preparingChanged, Qt::QueuedConnection);
+}
+
+/// From positions in the ledger before to those in the prepared one.
+void LedgerTable::follow(Place& known, bool isFollowed) const {
+    const auto move = [&](LinePosition& line) {
+        line = isFollowed && line != noLine ? (*prepared.moved)[line] : noLine;
+    };
+    std::ranges::for_each(known.selected, move);
+    move(known.current);
+    move(known.top);
+}
+
+LedgerTable::Place LedgerTable::place() const {
+    const auto& rows = *lines->rows();
+    const auto lineOf = [&rows](int row) {
+        return row >= 0 && row < rows.count() ? rows.lines[static_cast<std::size_t>(row)] : noLine;
+    };
+    Place known;
+    int count = 0;
+    for (const auto& range : selectionModel()->selection()) {
+        count += range.height();
+        for (int row = range.top(); row <= range.bottom() && count <= mostRemembered; ++row) {
+            known.selected.push_back(lineOf(row));
+        }
+    }
+    known.isAllSelected = count > 0 && count == rows.count();
+    if (count > mostRemembered) {
+        known.selected.clear();
+    }
+    known.currentRow = currentIndex().row();
+    known.currentColumn = std::max(0, currentIndex().column());
+    known.current = lineOf(known.currentRow);
+    const auto top = verticalScrollBar()->value();
+    known.top = top > 0 ? lineOf(top) : noLine;
+    return known;
+}
+
+void LedgerTable::findAgain(const Place& known) {
+    const auto& rows = *lines->rows();
+    if (known.isAllSelected) {
+        selectAll();
+    } else {
+        QItemSelection selection;
+        for (const auto line : known.selected) {
+            if (const auto row = rows.rowOf(line); row >= 0) {
+                selection.select(lines->index(row, 0), lines->index(row, lines->columnCount() - 1));
+            }
+        }
+        selectionModel()->select(selection, QItemSelectionModel::Select);
+    }
+    if (known.currentRow >= 0 && rows.count() > 0) {
+        const auto row = rows.rowOf(known.current);
+        // Where the line has gone, what took its place comes next for the keyboard.
+        const auto next = row >= 0 ? row : std::min(known.currentRow, rows.count() - 1);
+        selectionModel()->setCurrentIndex(lines->index(next, known.currentColumn),
+                                          QItemSelectionModel::NoUpdate);
+    }
+    executeDelayedItemsLayout(); // gives the scroll bar its new range
+    verticalScrollBar()->setValue(std::max(0, rows.rowOf(known.top)));
 }
 
 void LedgerTable::contextMenuEvent(QContextMenuEvent* event) {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    const auto order = lines->sortOrder();
     for (const auto column : {LedgerColumn::date, LedgerColumn::amount, LedgerColumn::runningBalance}) {
         const auto section = static_cast<int>(column);
         const auto title = lines->headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
         auto* sort = menu->addAction(QStringLiteral("Sort by ") + title.toLower());
         sort->setCheckable(true);
-        sort->setChecked(column == order.column);
+        sort->setChecked(column == sortOrder.column);
         connect(sort, &QAction::triggered, this, [this, section] { sortBy(section); });
     }
     menu->addSeparator();
@@ -148,38 +283,7 @@ void LedgerTable::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 void LedgerTable::showSortOrder() {
-    const auto order = lines->sortOrder();
-    horizontalHeader()->setSortIndicator(static_cast<int>(order.column), order.direction);
-}
-
-void LedgerTable::setSearch(const QString& text) {
-    lines->setSearch(text);
-    scrollToTop();
-}
-
-void LedgerTable::ledgerWillChange() {
-    if (lines->isDetached()) {
-        return;
-    }
-    selectedLines.clear();
-    const auto rows = selectionModel()->selectedRows();
-    if (rows.size() <= mostRemembered) {
-        for (const auto& index : rows) {
-            if (const auto* line = lines->line(index.row())) {
-                selectedLines.push_back(*line);
-            }
-        }
-    }
-    lines->detach();
-}
-
-void LedgerTable::setLedger(const Timeline* ledger) {
-    const auto position = verticalScrollBar()->value();
-    lines->setLedger(ledger);
-    selectLines(selectedLines, [](const Transaction& line, const Transaction& known) {
-        return known.txnId ? known.txnId == line.txnId : known == line;
-    });
-    verticalScrollBar()->setValue(position);
+    horizontalHeader()->setSortIndicator(static_cast<int>(sortOrder.column), sortOrder.direction);
 }
 
 void LedgerTable::keyPressEvent(QKeyEvent* event) {

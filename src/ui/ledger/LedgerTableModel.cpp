@@ -18,70 +18,44 @@ LedgerTableModel::Badge badgeOf(const Transaction& line) {
 
 LedgerTableModel::LedgerTableModel(QObject* parent) : QAbstractTableModel(parent) {}
 
-void LedgerTableModel::setLedger(const Timeline* next) {
+void LedgerTableModel::setRows(std::shared_ptr<const LedgerRows> next) {
     beginResetModel();
-    ledger = next;
-    rows.setLedger(next);
-    endResetModel();
-}
-
-void LedgerTableModel::setSearch(const QString& search) {
-    beginResetModel();
-    rows.setSearch(search);
-    endResetModel();
-}
-
-void LedgerTableModel::sort(int column, Qt::SortOrder direction) {
-    const LedgerSortOrder order{.column = static_cast<LedgerColumn>(column), .direction = direction};
-    if (column < 0 || order.column == LedgerColumn::description || order == rows.sortOrder()) {
-        return;
-    }
-    beginResetModel();
-    rows.setSortOrder(order);
+    shown = std::move(next);
     endResetModel();
 }
 
 int LedgerTableModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows.rows().size());
+    return parent.isValid() ? 0 : shown->count();
 }
 
 int LedgerTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : columns;
 }
 
-const Transaction* LedgerTableModel::line(int row) const {
-    const auto& shown = rows.rows();
-    if (!ledger || row < 0 || static_cast<std::size_t>(row) >= shown.size()) {
-        return nullptr;
-    }
-    return &ledger->transactions[shown[static_cast<std::size_t>(row)]];
-}
-
 QVariant LedgerTableModel::data(const QModelIndex& index, int role) const {
-    const auto* shown = line(index.row());
-    if (!shown) {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
+    const auto& line = (*shown)[index.row()];
     const auto column = static_cast<LedgerColumn>(index.column());
     const bool isNumber = column == LedgerColumn::amount || column == LedgerColumn::runningBalance;
     switch (role) {
     case Qt::DisplayRole:
-        return text(*shown, column);
+        return text(line, column);
     case Qt::TextAlignmentRole:
         return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     case Qt::AccessibleTextRole: {
-        auto spoken = text(*shown, column);
-        if (column == LedgerColumn::description && badgeOf(*shown) != Badge::none) {
-            spoken +=
-                QStringLiteral(", ") + (badgeOf(*shown) == Badge::notPosted ? QStringLiteral("NOT POSTED")
-                                                                            : QStringLiteral("PENDING"));
+        auto spoken = text(line, column);
+        if (column == LedgerColumn::description && badgeOf(line) != Badge::none) {
+            spoken += QStringLiteral(", ") + (badgeOf(line) == Badge::notPosted ? QStringLiteral("NOT POSTED")
+                                                                                : QStringLiteral("PENDING"));
         }
         return spoken;
     }
     case badgeRole:
-        return static_cast<int>(column == LedgerColumn::description ? badgeOf(*shown) : Badge::none);
+        return static_cast<int>(column == LedgerColumn::description ? badgeOf(line) : Badge::none);
     case toneRole:
-        return static_cast<int>(tone(*shown, column));
+        return static_cast<int>(tone(line, column));
     default:
         return {};
     }

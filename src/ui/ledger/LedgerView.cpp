@@ -1,9 +1,7 @@
 #include "ui/ledger/LedgerView.h"
 
 #include "platform/symbols/Symbols.h"
-#include "store/AppStore.h"
 #include "ui/Colours.h"
-#include "ui/Environment.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerHeader.h"
 #include "ui/ledger/LedgerTable.h"
@@ -40,9 +38,9 @@ protected:
 
 } // namespace
 
-LedgerView::LedgerView(QWidget* parent)
+LedgerView::LedgerView(LedgerActions whatToDo, QWidget* parent)
     : QWidget(parent),
-      store(Environment::store()),
+      actions(std::move(whatToDo)),
       spinner(new Spinner(buttonSymbolSize, this)),
       pullUpdates(makeButton(QStringLiteral("Pull updates"), QStringLiteral("arrow.clockwise"),
                              QStringLiteral("Fast + free. Re-reads Plaid's cached copy of your bank data."))),
@@ -53,63 +51,34 @@ LedgerView::LedgerView(QWidget* parent)
       snapshotPicker(new Picker(this)),
       search(new QLineEdit(this)),
       header(new LedgerHeader(this)),
-      table(new LedgerTable(this)),
-      updates(store, [this] { render(); }) {
+      table(new LedgerTable(this)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(makeToolbar());
     column->addWidget(header);
     column->addWidget(table, 1);
+    connectControls();
+    addShortcuts();
+    colourButtons();
+    render({});
+}
 
-    connect(pullUpdates, &QToolButton::clicked, this, [this] { store.start(store.syncNow()); });
-    connect(pullFromBank, &QToolButton::clicked, this, [this] { store.start(store.refreshFromBank()); });
+LedgerView::~LedgerView() = default;
+
+void LedgerView::connectControls() {
+    connect(pullUpdates, &QToolButton::clicked, this, actions.pullUpdates);
+    connect(pullFromBank, &QToolButton::clicked, this, actions.pullFromBank);
     connect(snapshotPicker, &QComboBox::activated, this,
             [this](int entry) { select(snapshots->date(entry)); });
+    connect(header, &LedgerHeader::reconnectRequested, this, actions.openReconnect);
     connect(header, &LedgerHeader::backToLiveRequested, this, [this] {
         snapshotPicker->setCurrentIndex(0);
         select(std::nullopt);
     });
     connect(search, &QLineEdit::textChanged, table, &LedgerTable::setSearch);
-    addShortcuts();
-
-    colourButtons();
-    observeLedgers();
-    render();
-}
-
-LedgerView::~LedgerView() = default;
-
-void LedgerView::observeLedgers() {
-    using Ledger = Published<std::optional<Timeline>>;
-    using Date = Published<std::optional<QString>>;
-    const auto observe = [this](Ledger& ledger, bool belongsToSnapshot) {
-        ledgerObservations.push_back(
-            ledger.observe(Ledger::Current::skip, Ledger::Repeats::deliver,
-                           [this, &ledger, belongsToSnapshot](const std::optional<Timeline>& next) {
-                               if (store.isViewingSnapshot() == belongsToSnapshot) {
-                                   noteLedger(ledger, next);
-                               }
-                           }));
-    };
-    observe(store.timeline, false);
-    observe(store.snapshotTimeline, true);
-    ledgerObservations.push_back(store.selectedSnapshotDate.observe(
-        Date::Current::skip, Date::Repeats::deliver, [this](const auto&) { noteLedgerChange(); }));
-}
-
-/// A refresh seldom brings anything new. Equal lines take the place of those shown, which then need not be
-/// sorted, filtered and painted again.
-void LedgerView::noteLedger(const std::optional<Timeline>& shown, const std::optional<Timeline>& next) {
-    if (shown && next && shown->transactions == next->transactions) {
-        return;
-    }
-    noteLedgerChange();
-}
-
-void LedgerView::noteLedgerChange() {
-    ledgerChanged = true;
-    table->ledgerWillChange();
+    connect(table, &LedgerTable::ledgerShown, this, [this] { renderHeader(); });
+    connect(table, &LedgerTable::preparingChanged, this, [this] { renderSpinner(); });
 }
 
 QWidget* LedgerView::makeToolbar() {
@@ -185,7 +154,7 @@ void LedgerView::addShortcuts() {
 
 void LedgerView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    loading.spawn(store.loadSnapshots());
+    loading.spawn(actions.loadSnapshots());
     if (!event->spontaneous()) {
         table->setFocus();
     }
@@ -205,25 +174,39 @@ void LedgerView::changeEvent(QEvent* event) {
 
 void LedgerView::select(const std::optional<QString>& date) {
     snapshotSelection = date;
-    store.start(store.loadSnapshot(date));
+    actions.loadSnapshot(date);
 }
 
-void LedgerView::render() {
-    spinner->setVisible(store.isLoading);
-    pullUpdates->setEnabled(!store.isViewingSnapshot());
-    pullFromBank->setEnabled(!store.isViewingSnapshot());
-    header->render();
+void LedgerView::render(const AppState& latest) {
+    state = latest;
     renderSnapshots();
-    if (std::exchange(ledgerChanged, false)) {
-        table->setLedger(store.visibleTimeline());
+    table->setLedger(state.visible());
+    renderHeader();
+    renderSpinner();
+}
+
+void LedgerView::renderHeader() {
+    if (table->ledger() == state.visible()) {
+        shownLive = state.live;
+        shownDay = state.day;
     }
+    auto shown = state;
+    shown.live = shownLive;
+    shown.day = shownDay;
+    header->setContent(LedgerHeaderContent::of(shown));
+    pullUpdates->setEnabled(!shown.day);
+    pullFromBank->setEnabled(!shown.day);
+}
+
+void LedgerView::renderSpinner() {
+    spinner->setVisible(state.isLoading || table->isPreparing());
 }
 
 void LedgerView::renderSnapshots() {
-    if (store.availableSnapshots.get() == snapshots->days()) {
+    if (state.days == snapshots->days()) {
         return;
     }
-    snapshots->setDays(store.availableSnapshots);
+    snapshots->setDays(state.days);
     // A day that is no longer offered leaves the picker without a choice; what is shown does not change.
     snapshotPicker->setCurrentIndex(snapshots->entryOf(snapshotSelection));
 }

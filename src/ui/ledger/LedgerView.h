@@ -1,14 +1,13 @@
 #pragma once
 
-#include "core/Signal.h"
+#include "core/Task.h"
 #include "core/TaskScope.h"
-#include "model/Timeline.h"
-#include "ui/ViewUpdates.h"
+#include "store/AppState.h"
 
 #include <QWidget>
 
+#include <functional>
 #include <optional>
-#include <vector>
 
 class QComboBox;
 class QLineEdit;
@@ -16,20 +15,31 @@ class QToolButton;
 
 namespace quillo {
 
-class AppStore;
 class LedgerHeader;
 class LedgerTable;
 class SnapshotList;
 class Spinner;
 
-/// The content of the ledger window: toolbar, header, table. What it shows comes from the store's visible
-/// ledger; the search, the order and the picker's choice are its own and new with each view.
+/// What the ledger window has done.
+struct LedgerActions {
+    std::function<void()> pullUpdates;
+    std::function<void()> pullFromBank;
+    std::function<void()> openReconnect;
+    std::function<Task<>()> loadSnapshots;                    ///< the list of days
+    std::function<void(std::optional<QString>)> loadSnapshot; ///< one day; without a date, back to live
+};
+
+/// The content of the ledger window: toolbar, header, table. The search, the order and the picker's choice
+/// are its own and new with each view.
 class LedgerView final : public QWidget {
     Q_OBJECT
 public:
-    /// Takes the store from the environment.
-    explicit LedgerView(QWidget* parent = nullptr);
+    explicit LedgerView(LedgerActions actions, QWidget* parent = nullptr);
     ~LedgerView() override;
+
+    /// The table takes its time with a large ledger; until it is ready the header stays with the one before,
+    /// so that figures and lines are always of one ledger.
+    void render(const AppState& state);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -39,16 +49,15 @@ protected:
 private:
     [[nodiscard]] QWidget* makeToolbar();
     [[nodiscard]] QToolButton* makeButton(const QString& title, const QString& symbol, const QString& help);
+    void connectControls();
     void addShortcuts();
     void colourButtons();
-    void render();
+    void renderHeader();
+    void renderSpinner();
     void renderSnapshots();
-    void observeLedgers();
-    void noteLedger(const std::optional<Timeline>& shown, const std::optional<Timeline>& next);
-    void noteLedgerChange();
     void select(const std::optional<QString>& date);
 
-    AppStore& store;
+    LedgerActions actions;
     Spinner* spinner;
     QToolButton* pullUpdates;
     QToolButton* pullFromBank;
@@ -57,11 +66,11 @@ private:
     QLineEdit* search;
     LedgerHeader* header;
     LedgerTable* table;
-    bool ledgerChanged = true;
+    AppState state;                           ///< the latest
+    Ledger shownLive;                         ///< what of it the header shows:
+    std::optional<Day> shownDay;              ///< that with the table's ledger
     std::optional<QString> snapshotSelection; ///< the picker's choice; absent for "Live"
     TaskScope loading;
-    std::vector<Observation> ledgerObservations;
-    ViewUpdates updates;
 };
 
 } // namespace quillo

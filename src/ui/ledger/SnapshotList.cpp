@@ -16,9 +16,9 @@ QString label(const SnapshotSummary& snapshot) {
 
 } // namespace
 
-void SnapshotList::setDays(const std::vector<SnapshotSummary>& snapshots) {
+void SnapshotList::setDays(Days days) {
     beginResetModel();
-    listed = snapshots;
+    listed = std::move(days);
     endResetModel();
 }
 
@@ -26,19 +26,19 @@ std::optional<QString> SnapshotList::date(int entry) const {
     if (entry < 1 || entry >= rowCount()) {
         return std::nullopt;
     }
-    return listed[static_cast<std::size_t>(entry - 1)].snapshotDate;
+    return (*listed)[static_cast<std::size_t>(entry - 1)].snapshotDate;
 }
 
 int SnapshotList::entryOf(const std::optional<QString>& date) const {
     if (!date) {
         return 0;
     }
-    const auto found = std::ranges::find(listed, *date, &SnapshotSummary::snapshotDate);
-    return found == listed.end() ? -1 : static_cast<int>(found - listed.begin()) + 1;
+    const auto found = std::ranges::find(*listed, *date, &SnapshotSummary::snapshotDate);
+    return found == listed->end() ? -1 : static_cast<int>(found - listed->begin()) + 1;
 }
 
 int SnapshotList::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(listed.size()) + 1;
+    return parent.isValid() ? 0 : static_cast<int>(listed->size()) + 1;
 }
 
 QVariant SnapshotList::data(const QModelIndex& index, int role) const {
@@ -46,7 +46,7 @@ QVariant SnapshotList::data(const QModelIndex& index, int role) const {
         return {};
     }
     return index.row() == 0 ? QStringLiteral("Live")
-                            : label(listed[static_cast<std::size_t>(index.row() - 1)]);
+                            : label((*listed)[static_cast<std::size_t>(index.row() - 1)]);
 }
 
 } // namespace quillo

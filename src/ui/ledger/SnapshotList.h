@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Shared.h"
 #include "model/SnapshotSummary.h"
 
 #include <QAbstractListModel>
@@ -17,8 +18,10 @@ class SnapshotList final : public QAbstractListModel {
 public:
     using QAbstractListModel::QAbstractListModel;
 
-    void setDays(const std::vector<SnapshotSummary>& snapshots);
-    [[nodiscard]] const std::vector<SnapshotSummary>& days() const noexcept { return listed; }
+    using Days = Shared<std::vector<SnapshotSummary>>;
+
+    void setDays(Days days);
+    [[nodiscard]] const Days& days() const noexcept { return listed; }
 
     /// The day behind an entry, as the backend wrote it; none for "Live".
     [[nodiscard]] std::optional<QString> date(int entry) const;
@@ -30,7 +33,7 @@ public:
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
 
 private:
-    std::vector<SnapshotSummary> listed;
+    Days listed;
 };
 
 } // namespace quillo

@@ -94,7 +94,7 @@ private Q_SLOTS:
         const auto first = await(auth->validAccessToken());
         APIClient client(session);
         const auto ledger = await(client.timeline(sandbox->backend(), APIAuth::bearer(first), true));
-        QVERIFY(!ledger.transactions.empty());
+        QVERIFY(!ledger->transactions.empty());
         await(secrets.get(u"oidc_refresh"_s)); // after what was to be stored
         const auto rotated = storedRefreshToken();
         QVERIFY(rotated.has_value());

@@ -308,7 +308,7 @@ void APIClientTest::theDateIsAppendedAsItIs_data() {
 void APIClientTest::theDateIsAppendedAsItIs() {
     QFETCH(const QString, date);
     ScriptedServer server(Answer::http(200, ledger));
-    QCOMPARE(await(client.snapshot(server.origin(), date, key, true)).totalOwed, 1.0);
+    QCOMPARE(await(client.snapshot(server.origin(), date, key, true))->totalOwed, 1.0);
     QCOMPARE(server.requests().size(), 1U);
     QCOMPARE(server.requests()[0].target, "/api/snapshot/" + date.toLatin1());
 }
@@ -415,7 +415,7 @@ void APIClientTest::otherOperationsThrowTheReadersOwnError() {
 
 void APIClientTest::timelineIsDecoded() {
     ScriptedServer server(Answer::http(200, ledger));
-    const Timeline timeline = await(client.timeline(server.origin(), key, true));
+    const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     QCOMPARE(timeline.totalWithPending, 3.0);
     QCOMPARE(timeline.asOf, u"2024-05-01T08:00:00Z"_s);
     QVERIFY(!timeline.fetchedAt);
@@ -424,7 +424,7 @@ void APIClientTest::timelineIsDecoded() {
 void APIClientTest::aLargeLedgerIsDecodedWithoutHoldingUpTheLoop() {
     ScriptedServer server(inPieces(largeLedger()));
     LoopStallProbe probe;
-    const Timeline timeline = await(client.timeline(server.origin(), key, true));
+    const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     const auto stall = probe.longestStall();
     QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
     QCOMPARE(*timeline.transactions.back().merchant, u"Corner"_s);
@@ -448,7 +448,7 @@ void APIClientTest::aLargeLedgerMayBeDroppedWhileItIsDecoded() {
     task.cancel();
     QVERIFY(!task);
     drainEvents();
-    const Timeline timeline = await(client.timeline(server.origin(), key, true));
+    const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
 }
 
@@ -547,7 +547,7 @@ void APIClientTest::theClientMayGoWhileItsRequestsRun() {
     auto task = ownClient->timeline(server.origin(), key, true);
     ownClient.reset();
     ownSession.reset();
-    QCOMPARE(await(std::move(task)).totalOwed, 1.0);
+    QCOMPARE(await(std::move(task))->totalOwed, 1.0);
 }
 
 QTEST_GUILESS_MAIN(APIClientTest)

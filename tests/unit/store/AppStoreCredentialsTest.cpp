@@ -86,7 +86,7 @@ private Q_SLOTS:
         fixture->keepApiKey();
         auto& store = fixture->start();
         fixture->waitUntilSettled();
-        QVERIFY(store.timeline->has_value());
+        QVERIFY(store.timeline.get());
         QVERIFY(!store.lastError->has_value());
         QCOMPARE(fixture->backend.requests(target::status).at(0).values("X-API-Key"),
                  QList<QByteArray>{StoreFixture::apiKey});
@@ -138,7 +138,7 @@ private Q_SLOTS:
         store.auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
         QVERIFY(!store.isLoading); // not inside the announcement, where the old state still holds
         store.auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
-        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(waitUntil([&] { return store.timeline.get() && !store.isLoading; }));
         drainEvents();
         QCOMPARE(fixture->refreshes(), 1);
         QVERIFY(!store.lastError->has_value()); // the message from the start has gone with it
@@ -180,12 +180,12 @@ private Q_SLOTS:
             fixture->notifications.post(name);
         }
         drainEvents();
-        QVERIFY(!store.timeline->has_value());
+        QVERIFY(!store.timeline.get());
         QVERIFY(!store.lastError->has_value()); // the label says that it is loading
         QVERIFY(!store.isLoading);
         QCOMPARE(fixture->backend.count(), 0);
         keyring.unlock();
-        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(waitUntil([&] { return store.timeline.get() && !store.isLoading; }));
         QVERIFY(store.auth.isSignedIn());
         QCOMPARE(store.auth.state->email(), u"robin@quillo.example"_s);
         drainEvents();
@@ -210,7 +210,7 @@ private Q_SLOTS:
         QCOMPARE(*store.lastError, std::optional(signInFirst));
         QCOMPARE(fixture->backend.count(), 0);
         keyring.unlock();
-        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(waitUntil([&] { return store.timeline.get() && !store.isLoading; }));
         QVERIFY(!store.lastError->has_value());
         QCOMPARE(store.auth.isSignedIn(), session);
         drainEvents();
@@ -245,7 +245,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return store.lastError->has_value(); }));
         QCOMPARE(*store.lastError, std::optional(signInFirst));
         QVERIFY(store.auth.isSignedIn());
-        QVERIFY(store.timeline->has_value());
+        QVERIFY(store.timeline.get());
         keyring.unlock();
         fixture->notifications.post(notification::menuDidBeginTracking);
         QVERIFY(waitUntil([&] { return !store.lastError->has_value() && !store.isLoading; }));
@@ -260,7 +260,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return prompter->isUp(); }));
         store.settings.apiKey = u"typed"_s;
         fixture->clock.advance(30s);
-        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(waitUntil([&] { return store.timeline.get() && !store.isLoading; }));
         fixture->clock.advance(300s);
         QVERIFY(waitUntil([&] { return fixture->refreshes() == 2 && !store.isLoading; }));
         keyring.unlock();
@@ -288,7 +288,7 @@ private Q_SLOTS:
         fixture->waitUntilSettled();
         QCOMPARE(*store.lastError, std::optional(signInFirst));
         keyring.start();
-        QVERIFY(waitUntil([&] { return store.timeline->has_value() && !store.isLoading; }));
+        QVERIFY(waitUntil([&] { return store.timeline.get() && !store.isLoading; }));
         QCOMPARE(fixture->refreshes(), 1);
     }
 

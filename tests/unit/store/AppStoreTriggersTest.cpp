@@ -192,7 +192,7 @@ private Q_SLOTS:
         fixture->keepApiKey();
         auto& store = fixture->start();
         fixture->waitUntilSettled();
-        QVERIFY(!store.timeline->has_value());
+        QVERIFY(!store.timeline.get());
         fixture->notifications.post(notification::workspaceDidWake);
         QVERIFY(store.isLoading);
     }
@@ -230,7 +230,7 @@ private Q_SLOTS:
         fixture->notifications.post(notification::menuDidBeginTracking);
         QVERIFY(waitUntil([&] { return fixture->refreshes() == 2; }));
         gate.open();
-        QVERIFY(waitUntil([&] { return !store.isLoading && store.timeline->has_value(); }));
+        QVERIFY(waitUntil([&] { return !store.isLoading && store.timeline.get(); }));
     }
 
     void triggersAfterTheStoreHasGoneDoNothing() {

@@ -40,43 +40,38 @@ private Q_SLOTS:
         auto& store = fixture->start();
         QVERIFY(!store.isViewingSnapshot());
         QCOMPARE(store.visibleTimeline(), nullptr);
-        QVERIFY(store.availableSnapshots->empty());
+        QVERIFY((*store.availableSnapshots)->empty());
         fixture->stop();
         auto& refreshed = fixture->startRefreshed();
         QVERIFY(!refreshed.isViewingSnapshot());
-        QCOMPARE(refreshed.visibleTimeline(), &**refreshed.timeline);
+        QCOMPARE(refreshed.visibleTimeline(), refreshed.timeline.get());
     }
 
     void selectingADayShowsItsLedger() {
         auto& store = fixture->startRefreshed();
         await(store.loadSnapshot(u"2024-04-30"_s));
         QVERIFY(store.isViewingSnapshot());
-        QCOMPARE(*store.selectedSnapshotDate, std::optional(u"2024-04-30"_s));
-        QCOMPARE(store.visibleTimeline(), &**store.snapshotTimeline);
+        QCOMPARE(store.selectedSnapshotDate(), std::optional(u"2024-04-30"_s));
+        QCOMPARE(store.visibleTimeline(), store.snapshotTimeline());
         QCOMPARE(shownBalance(store), 30.0);
         QCOMPARE((*store.timeline)->totalOwed, 1234.5);
-        QVERIFY(!(*store.snapshotTimeline)->fetchedAt.has_value());
+        QVERIFY(!store.snapshotTimeline()->fetchedAt.has_value());
         const auto request = fixture->backend.requests(firstDay).at(0);
         QCOMPARE(request.method, QByteArray("GET"));
         QCOMPARE(request.values("X-API-Key"), QList<QByteArray>{StoreFixture::apiKey});
     }
 
-    void theDaysLedgerIsInPlaceBeforeTheSelectionIsAnnounced() {
+    void aDayIsAnnouncedTogetherWithItsLedger() {
         auto& store = fixture->startRefreshed();
+        using Selected = Published<std::optional<Day>>;
         QStringList order;
-        const auto ledger = store.snapshotTimeline.observe(
-            Published<std::optional<Timeline>>::Current::skip,
-            Published<std::optional<Timeline>>::Repeats::deliver,
-            [&](const std::optional<Timeline>& next) { order.append(next ? u"ledger"_s : u"no ledger"_s); });
-        const auto selection = store.selectedSnapshotDate.observe(
-            Published<std::optional<QString>>::Current::skip,
-            Published<std::optional<QString>>::Repeats::deliver, [&](const std::optional<QString>& next) {
-                order.append(next.value_or(u"live"_s));
-                QVERIFY(store.snapshotTimeline->has_value());
+        const auto selection = store.selectedDay.observe(
+            Selected::Current::skip, Selected::Repeats::deliver, [&](const std::optional<Day>& next) {
+                order.append(next && next->ledger ? next->date : u"live"_s);
             });
         await(store.loadSnapshot(u"2024-04-30"_s));
         await(store.loadSnapshot(std::nullopt));
-        QCOMPARE(order, (QStringList{u"ledger"_s, u"2024-04-30"_s, u"live"_s, u"no ledger"_s}));
+        QCOMPARE(order, (QStringList{u"2024-04-30"_s, u"live"_s}));
     }
 
     void anEmptyDateIsLikeNone_data() {
@@ -92,7 +87,7 @@ private Q_SLOTS:
         const auto task = store.loadSnapshot(present ? std::optional(QString()) : std::nullopt);
         QVERIFY(task.isFinished()); // at once
         QVERIFY(!store.isViewingSnapshot());
-        QVERIFY(!store.snapshotTimeline->has_value());
+        QVERIFY(!store.snapshotTimeline());
         QCOMPARE(shownBalance(store), 1234.5);
         drainEvents();
         QCOMPARE(fixture->backend.count(), before);
@@ -112,9 +107,10 @@ private Q_SLOTS:
 
     void aSelectionWithoutItsLedgerShowsNothingRatherThanTheLiveOne() {
         auto& store = fixture->startRefreshed();
-        store.selectedSnapshotDate = u"2024-04-30"_s;
+        store.selectedDay = Day{.date = u"2024-04-30"_s, .ledger = nullptr};
         QVERIFY(store.isViewingSnapshot());
         QCOMPARE(store.visibleTimeline(), nullptr);
+        QCOMPARE(store.state().visible(), nullptr);
     }
 
     void aDayThatCannotBeFetchedLeavesTheEarlierOneOnScreen() {
@@ -123,7 +119,7 @@ private Q_SLOTS:
         fixture->backend.answer(secondDay, Answer::http(404));
         await(store.loadSnapshot(u"2024-04-29"_s));
         QCOMPARE(*store.lastError, std::optional(u"Snapshot fetch: HTTP 404"_s));
-        QCOMPARE(*store.selectedSnapshotDate, std::optional(u"2024-04-30"_s));
+        QCOMPARE(store.selectedSnapshotDate(), std::optional(u"2024-04-30"_s));
         QCOMPARE(shownBalance(store), 30.0);
     }
 
@@ -168,7 +164,7 @@ private Q_SLOTS:
         first.open();
         await(std::move(thirtieth));
         QCOMPARE(shownBalance(store), 30.0);
-        QCOMPARE(*store.selectedSnapshotDate, std::optional(u"2024-04-30"_s));
+        QCOMPARE(store.selectedSnapshotDate(), std::optional(u"2024-04-30"_s));
     }
 
     void loadSnapshotsReplacesTheListAsItCame() {
@@ -180,7 +176,7 @@ private Q_SLOTS:
             Published<bool>::Current::skip, Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
         await(store.loadSnapshots());
         QStringList dates;
-        for (const auto& day : *store.availableSnapshots) {
+        for (const auto& day : **store.availableSnapshots) {
             dates.append(day.snapshotDate);
         }
         QCOMPARE(dates, (QStringList{u"2024-01-02"_s, u"2024-03-04"_s, u"2023-05-06"_s}));
@@ -193,7 +189,7 @@ private Q_SLOTS:
         fixture->backend.answer(target::snapshots, Answer::http(503));
         await(store.loadSnapshots());
         QCOMPARE(*store.lastError, std::optional(u"Snapshots: HTTP 503"_s));
-        QCOMPARE(store.availableSnapshots->size(), std::size_t{1});
+        QCOMPARE((*store.availableSnapshots)->size(), std::size_t{1});
         fixture->backend.answer(target::snapshots, Answer::http(200, "{}"));
         await(store.loadSnapshots());
         QCOMPARE(store.lastError->value_or(QString()), u"Snapshots: snapshots: missing"_s);

@@ -120,7 +120,7 @@ AppStore& StoreFixture::startRefreshed() {
     keepApiKey();
     start();
     waitUntilSettled();
-    if (!made->timeline->has_value()) {
+    if (!made->timeline.get()) {
         qFatal("the first refresh failed: %s", qPrintable(made->lastError->value_or(QString())));
     }
     return *made;
@@ -128,7 +128,7 @@ AppStore& StoreFixture::startRefreshed() {
 
 void StoreFixture::waitUntilSettled() {
     const auto settled = [this] {
-        return !made->isLoading && (made->timeline->has_value() || made->lastError->has_value());
+        return !made->isLoading && (made->timeline.get() || made->lastError->has_value());
     };
     if (!waitUntil(settled)) {
         qFatal("the store did not settle");

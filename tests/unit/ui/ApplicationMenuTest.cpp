@@ -1,9 +1,7 @@
 #include "ui/ApplicationMenu.h"
 
 #include "BuildConfiguration.h"
-#include "store/StoreFixture.h"
 #include "support/Wait.h"
-#include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
 
 #include <QMainWindow>
@@ -18,19 +16,27 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A window with the menu bar, in front.
+/// A window with the menu bar, in front; what is asked for is noted.
 struct Fixture {
-    Fixture() {
-        surroundings.start();
-        surroundings.waitUntilSettled();
-        surroundings.store().settings.apiKey = u"key"_s;
-        environment.emplace(surroundings.store());
-        new ApplicationMenu(window, surroundings.notifications,
-                            {.openLedger = [this] { called += u"ledger"_s; },
-                             .openHelp = [this] { called += u"help"_s; },
-                             .openSettings = [this] { called += u"settings"_s; },
-                             .quit = [this] { called += u"quit"_s; }});
+    explicit Fixture(const AppState& state = {})
+        : menuBar(new ApplicationMenu(window, {.openLedger = note(u"ledger"_s),
+                                               .refresh = note(u"refresh"_s),
+                                               .pullUpdates = note(u"pull updates"_s),
+                                               .pullFromBank = note(u"pull from bank"_s),
+                                               .openLinkPage = note(u"link page"_s),
+                                               .openReconnect = note(u"reconnect"_s),
+                                               .setRefreshInterval = [](qint64) {},
+                                               .openHelp = note(u"help"_s),
+                                               .openSettings = note(u"settings"_s),
+                                               .signIn = note(u"sign in"_s),
+                                               .signOut = note(u"sign out"_s),
+                                               .quit = note(u"quit"_s)})) {
+        menuBar->render(state);
         window.show();
+    }
+
+    [[nodiscard]] std::function<void()> note(const QString& name) {
+        return [this, name] { called += name; };
     }
 
     [[nodiscard]] QMenu& menu() const { return *window.menuBar()->actions().at(0)->menu(); }
@@ -53,11 +59,24 @@ struct Fixture {
         }
     }
 
-    StoreFixture surroundings;
-    std::optional<Environment> environment;
+    /// Presses keys as the window system reports them that are held for a while.
+    void hold(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        QTest::simulateEvent(&window, true, key, modifiers, QString(), false);
+        for (int repeat = 0; repeat < 5; ++repeat) {
+            QTest::simulateEvent(&window, true, key, modifiers, QString(), true);
+        }
+        QTest::simulateEvent(&window, false, key, modifiers, QString(), false);
+        drainEvents(); // what is chosen runs on a later turn
+    }
+
     QStringList called;
     QMainWindow window;
+    ApplicationMenu* menuBar;
 };
+
+AppState staleLink() {
+    return {.links = std::vector{ItemStatus{.itemId = u"a"_s, .needsUpdate = true}}};
+}
 
 } // namespace
 
@@ -65,8 +84,6 @@ class ApplicationMenuTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { leaveSessionBus(); }
-
     void refreshComesRightAfterAbout() {
         const Fixture fixture;
         QCOMPARE(fixture.texts(fixture.menu()).first(3),
@@ -101,20 +118,39 @@ private Q_SLOTS:
     }
     void theLedgersKeysOpenTheLedgerAndRefreshNothing() {
         QFETCH(bool, asksForAttention);
-        Fixture fixture;
-        if (asksForAttention) {
-            fixture.surroundings.store().itemStatuses = {{.itemId = u"a"_s, .needsUpdate = true}};
-            drainEvents();
-        }
+        Fixture fixture(asksForAttention ? staleLink() : AppState());
         QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
-        const auto before = fixture.surroundings.refreshes();
         QTest::keyClick(&fixture.window, Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier);
-        QVERIFY(waitUntil([&] {
-            return fixture.called == QStringList{u"ledger"_s} || !fixture.surroundings.opened.empty();
-        }));
+        QVERIFY(waitUntil([&] { return !fixture.called.isEmpty(); }));
         drainEvents();
-        QCOMPARE(fixture.called.size() + fixture.surroundings.opened.size(), 1);
-        QCOMPARE(fixture.surroundings.refreshes(), before);
+        // The first entry with the keys answers.
+        QCOMPARE(fixture.called, QStringList{asksForAttention ? u"reconnect"_s : u"ledger"_s});
+    }
+
+    void heldKeysOfTheLedgerOpenOnePage() {
+        Fixture fixture(staleLink());
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
+        fixture.hold(Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(fixture.called, QStringList{u"reconnect"_s});
+    }
+
+    void aHeldRefreshRefreshesOnce() {
+        Fixture fixture;
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
+        fixture.hold(Qt::Key_R, Qt::ControlModifier);
+        QCOMPARE(fixture.called, QStringList{u"refresh"_s});
+    }
+
+    void noShortcutAsksAgainWhileItIsHeld() {
+        const Fixture fixture(staleLink());
+        int shortcuts = 0;
+        for (const auto* action : fixture.menu().actions() + fixture.statusMenu().actions()) {
+            if (!action->shortcut().isEmpty()) {
+                ++shortcuts;
+                QVERIFY2(!action->autoRepeat(), qPrintable(action->text()));
+            }
+        }
+        QCOMPARE(shortcuts, 4);
     }
 
     void controlQQuits() {
@@ -127,11 +163,9 @@ private Q_SLOTS:
     void pressingRefreshTwiceStartsTwoRefreshes() {
         Fixture fixture;
         QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
-        const auto before = fixture.surroundings.refreshes();
         QTest::keyClick(&fixture.window, Qt::Key_R, Qt::ControlModifier);
         QTest::keyClick(&fixture.window, Qt::Key_R, Qt::ControlModifier);
-        QVERIFY(waitUntil([&] { return fixture.surroundings.refreshes() == before + 2; }));
-        fixture.surroundings.waitUntilSettled();
+        QCOMPARE(fixture.called, QStringList({u"refresh"_s, u"refresh"_s}));
     }
 
     void surfacesAreOpenedAndTheProgramIsQuit() {
@@ -149,21 +183,12 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return fixture.called == QStringList{u"ledger"_s}; }));
     }
 
-    void theStatusItemsMenuFollowsTheStore() {
-        Fixture fixture;
-        fixture.surroundings.store().lastError = u"HTTP 500"_s;
-        QVERIFY(
-            waitUntil([&] { return Fixture::texts(fixture.statusMenu()).first() == u"Error: HTTP 500"_s; }));
-    }
-
-    void openingTheMenuBeginsTracking() {
-        Fixture fixture;
-        int begun = 0;
-        const auto observation = fixture.surroundings.notifications.observe(
-            notification::menuDidBeginTracking, [&begun] { ++begun; });
-        fixture.menu().popup({0, 0});
-        QCOMPARE(begun, 1);
-        fixture.menu().hide();
+    void theStatusItemsMenuShowsTheLatestState() {
+        const Fixture fixture;
+        fixture.menuBar->render({.error = u"HTTP 500"_s});
+        QCOMPARE(Fixture::texts(fixture.statusMenu()).first(), u"Error: HTTP 500"_s);
+        fixture.menuBar->render({});
+        QCOMPARE(Fixture::texts(fixture.statusMenu()).first(), u"Open ledger"_s);
     }
 };
 

@@ -1,9 +1,6 @@
 #include "ui/MenuBarContent.h"
 
 #include "platform/tray/MenuTree.h"
-#include "store/StoreFixture.h"
-#include "support/Wait.h"
-#include "ui/Environment.h"
 #include "ui/MenuLines.h"
 
 #include <QRegularExpression>
@@ -18,57 +15,64 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A menu over a store that has nothing to show yet and nobody signed in.
-struct Fixture {
-    Fixture() {
-        surroundings.start();
-        surroundings.waitUntilSettled();
-        store().lastError = std::nullopt;
-        store().settings.refreshInterval = 300;
-        environment.emplace(store());
-        content.emplace(MenuActions{
-            .openLedger = [this] { called += u"ledger"_s; },
-            .openHelp = [this] { called += u"help"_s; },
-            .openSettings = [this] { called += u"settings"_s; },
-            .quit = [this] { called += u"quit"_s; },
-        });
-    }
+/// What has been asked for, in its order.
+QStringList called;
 
-    [[nodiscard]] AppStore& store() { return surroundings.store(); }
-    [[nodiscard]] Menu menu() const { return content->menu(); }
-    [[nodiscard]] QStringList lines() const { return menuLines(menu()); }
+std::function<void()> note(const QString& name) {
+    return [name] { called += name; };
+}
 
-    /// The menu's lines up to "Open ledger", without the dividers between the blocks.
-    [[nodiscard]] QStringList head() const {
-        auto all = lines();
-        all = all.first(all.indexOf(u"[Open ledger] Ctrl+Shift+R"_s));
-        all.removeAll(u"---"_s);
-        return all;
-    }
-
-    /// The lines of the submenu of recent transactions.
-    [[nodiscard]] QStringList recent() const {
-        for (const auto& entry : menu()) {
-            if (entry.key == u"recent") {
-                return menuLines(entry.children);
-            }
-        }
-        return {};
-    }
-
-    void choose(const QString& text) {
-        const auto* entry = findEntry(current = menu(), text);
-        QVERIFY2(entry, qPrintable(text));
-        QVERIFY(entry->kind == MenuEntry::Kind::button);
-        entry->action();
-    }
-
-    StoreFixture surroundings;
-    std::optional<Environment> environment;
-    std::optional<MenuBarContent> content;
-    QStringList called;
-    Menu current;
+const MenuActions actions{
+    .openLedger = note(u"ledger"_s),
+    .refresh = note(u"refresh"_s),
+    .pullUpdates = note(u"pull updates"_s),
+    .pullFromBank = note(u"pull from bank"_s),
+    .openLinkPage = note(u"link page"_s),
+    .openReconnect = note(u"reconnect"_s),
+    .setRefreshInterval = [](qint64 seconds) { called += QString::number(seconds); },
+    .openHelp = note(u"help"_s),
+    .openSettings = note(u"settings"_s),
+    .signIn = note(u"sign in"_s),
+    .signOut = note(u"sign out"_s),
+    .quit = note(u"quit"_s),
 };
+
+/// Nothing to show yet, and nobody signed in.
+AppState nothing() {
+    return {.refreshInterval = 300};
+}
+
+Menu menu(const AppState& state) {
+    return menuBarContent(state, actions);
+}
+
+QStringList lines(const AppState& state) {
+    return menuLines(menu(state));
+}
+
+/// The menu's lines up to "Open ledger", without the dividers between the blocks.
+QStringList head(const AppState& state) {
+    auto all = lines(state);
+    all = all.first(all.indexOf(u"[Open ledger] Ctrl+Shift+R"_s));
+    all.removeAll(u"---"_s);
+    return all;
+}
+
+/// The lines of the submenu of recent transactions.
+QStringList recent(const AppState& state) {
+    for (const auto& entry : menu(state)) {
+        if (entry.key == u"recent") {
+            return menuLines(entry.children);
+        }
+    }
+    return {};
+}
+
+QString keyOf(const AppState& state, const QString& text) {
+    const auto shown = menu(state);
+    const auto* entry = findEntry(shown, text);
+    return entry ? entry->key : QString();
+}
 
 Timeline ledger(double pendingHolds = 0, std::vector<Transaction> transactions = {}) {
     return {.totalOwed = 1234.5,
@@ -78,6 +82,24 @@ Timeline ledger(double pendingHolds = 0, std::vector<Transaction> transactions =
             .available = 3765.5,
             .asOf = u"2024-05-02"_s,
             .transactions = std::move(transactions)};
+}
+
+AppState showing(Timeline ledger) {
+    auto state = nothing();
+    state.live = std::make_shared<Timeline>(std::move(ledger));
+    return state;
+}
+
+AppState linkedBy(std::vector<ItemStatus> links) {
+    auto state = nothing();
+    state.links = std::move(links);
+    return state;
+}
+
+AppState signedIn() {
+    auto state = nothing();
+    state.auth = AuthState::signedIn(u"robin@quillo.example"_s);
+    return state;
 }
 
 Transaction charge(double amount, const QString& merchant) {
@@ -133,56 +155,54 @@ class MenuBarContentTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { leaveSessionBus(); }
+    void init() { called.clear(); }
 
     void beforeAnythingIsKnownThereAreTheActions() {
-        Fixture fixture;
-        QCOMPARE(fixture.lines(), actionLines + QStringList({u"[Sign In…]"_s, u"---"_s, u"[Quit Quillo]"_s}));
+        QCOMPARE(lines(nothing()),
+                 actionLines + QStringList({u"[Sign In…]"_s, u"---"_s, u"[Quit Quillo]"_s}));
     }
 
     void everyBlockStandsInItsPlace() {
-        Fixture fixture;
-        auto& store = fixture.store();
-        store.auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
-        store.auth.lastAuthError = u"Sign-in rejected (state mismatch)"_s;
-        store.itemStatuses = std::vector{stale()};
-        store.lastError = u"HTTP 500"_s;
-        store.timeline = ledger(87.5, {charge(12.5, u"Café"_s)});
-        QCOMPARE(fixture.lines(), QStringList({
-                                      u"Sign-in problem: Sign-in rejected (state mismatch) {red caption}"_s,
-                                      u"---"_s,
-                                      u"First Bank needs re-authentication — OAuth consent expired. {red}"_s,
-                                      u"[Reconnect bank…] Ctrl+Shift+R"_s,
-                                      u"---"_s,
-                                      u"Total (posted + pending): $2,345.68"_s,
-                                      u"Posted: $1,234.50"_s,
-                                      u"Pending authorizations: +$87.50"_s,
-                                      u"Available credit: $3,765.50"_s,
-                                      u"---"_s,
-                                      u"Recent transactions (1) >"_s,
-                                      u"> 2024-05-01   +$12.50 → $1,234.50  Café"_s,
-                                      u"---"_s,
-                                      u"Error: HTTP 500 {red}"_s,
-                                      u"---"_s,
-                                  }) + actionLines +
-                                      QStringList({u"robin@quillo.example {secondary caption}"_s,
-                                                   u"[Sign Out]"_s, u"---"_s, u"[Quit Quillo]"_s}));
+        auto state = signedIn();
+        state.authError = u"Sign-in rejected (state mismatch)"_s;
+        state.links = std::vector{stale()};
+        state.error = u"HTTP 500"_s;
+        state.live = std::make_shared<Timeline>(ledger(87.5, {charge(12.5, u"Café"_s)}));
+        QCOMPARE(lines(state), QStringList({
+                                   u"Sign-in problem: Sign-in rejected (state mismatch) {red caption}"_s,
+                                   u"---"_s,
+                                   u"First Bank needs re-authentication — OAuth consent expired. {red}"_s,
+                                   u"[Reconnect bank…] Ctrl+Shift+R"_s,
+                                   u"---"_s,
+                                   u"Total (posted + pending): $2,345.68"_s,
+                                   u"Posted: $1,234.50"_s,
+                                   u"Pending authorizations: +$87.50"_s,
+                                   u"Available credit: $3,765.50"_s,
+                                   u"---"_s,
+                                   u"Recent transactions (1) >"_s,
+                                   u"> 2024-05-01   +$12.50 → $1,234.50  Café"_s,
+                                   u"---"_s,
+                                   u"Error: HTTP 500 {red}"_s,
+                                   u"---"_s,
+                               }) + actionLines +
+                                   QStringList({u"robin@quillo.example {secondary caption}"_s,
+                                                u"[Sign Out]"_s, u"---"_s, u"[Quit Quillo]"_s}));
     }
 
     void signInIsShownAtBothEnds() {
-        Fixture fixture;
+        auto state = nothing();
         // What an earlier sign-in left is not shown meanwhile.
-        fixture.store().auth.lastAuthError = u"Sign-in callback was malformed"_s;
-        fixture.store().auth.state = AuthState::signingIn();
-        QCOMPARE(fixture.lines(),
-                 QStringList({u"Waiting for browser sign-in… {secondary}"_s, u"---"_s}) + actionLines +
-                     QStringList({u"Signing in… {secondary}"_s, u"---"_s, u"[Quit Quillo]"_s}));
+        state.authError = u"Sign-in callback was malformed"_s;
+        state.auth = AuthState::signingIn();
+        QCOMPARE(lines(state), QStringList({u"Waiting for browser sign-in… {secondary}"_s, u"---"_s}) +
+                                   actionLines +
+                                   QStringList({u"Signing in… {secondary}"_s, u"---"_s, u"[Quit Quillo]"_s}));
     }
 
     void aSignInProblemIsShownWhenSignedOut() {
-        Fixture fixture;
-        fixture.store().auth.lastAuthError = u"Session expired"_s;
-        QCOMPARE(fixture.lines().first(2),
+        auto state = nothing();
+        state.authError = u"Session expired"_s;
+        QCOMPARE(lines(state).first(2),
                  QStringList({u"Sign-in problem: Session expired {red caption}"_s, u"---"_s}));
     }
 
@@ -211,11 +231,10 @@ private Q_SLOTS:
     }
     void bankLinksAskForOneThingAtATime() {
         QFETCH(QList<ItemStatus>, links);
-        Fixture fixture;
-        fixture.store().itemStatuses = std::vector(links.begin(), links.end());
-        QTEST(fixture.head(), "expected");
+        const auto state = linkedBy({links.begin(), links.end()});
+        QTEST(head(state), "expected");
         // Something is set apart by a divider, nothing is not.
-        QCOMPARE(fixture.lines().count(u"---"_s), links.isEmpty() || fixture.head().isEmpty() ? 3 : 4);
+        QCOMPARE(lines(state).count(u"---"_s), head(state).isEmpty() ? 3 : 4);
     }
 
     void pendingHoldsFromACentOnAreToldApart_data() {
@@ -236,19 +255,15 @@ private Q_SLOTS:
     void pendingHoldsFromACentOnAreToldApart() {
         QFETCH(double, pendingHolds);
         QFETCH(QStringList, expected);
-        Fixture fixture;
-        fixture.store().timeline = ledger(pendingHolds);
-        QCOMPARE(fixture.head(),
+        QCOMPARE(head(showing(ledger(pendingHolds))),
                  expected + QStringList({u"Available credit: $3,765.50"_s, u"Recent transactions (0) >"_s}));
     }
 
     void aMinusSignComesAfterTheDollar() {
-        Fixture fixture;
         auto credit = ledger();
         credit.totalOwed = -12.3;
         credit.available = -0.5;
-        fixture.store().timeline = credit;
-        QCOMPARE(fixture.head().first(2),
+        QCOMPARE(head(showing(credit)).first(2),
                  QStringList({u"Owed now: $-12.30"_s, u"Available credit: $-0.50"_s}));
     }
 
@@ -268,18 +283,17 @@ private Q_SLOTS:
         QFETCH(int, count);
         QFETCH(QString, title);
         QFETCH(int, listed);
-        Fixture fixture;
         std::vector<Transaction> transactions;
         for (int index = 0; index < count; ++index) {
             // Not in the order of any of their values.
             transactions.push_back(charge((index * 7) % 5, u"m%1"_s.arg(index)));
         }
-        fixture.store().timeline = ledger(0, std::move(transactions));
-        QVERIFY(fixture.head().contains(title));
-        const auto lines = fixture.recent();
-        QCOMPARE(lines.size(), listed);
+        const auto state = showing(ledger(0, std::move(transactions)));
+        QVERIFY(head(state).contains(title));
+        const auto shown = recent(state);
+        QCOMPARE(shown.size(), listed);
         for (int index = 0; index < listed; ++index) {
-            QVERIFY(lines[index].endsWith(u"  m%1"_s.arg(index)));
+            QVERIFY(shown[index].endsWith(u"  m%1"_s.arg(index)));
         }
     }
 
@@ -326,9 +340,7 @@ private Q_SLOTS:
     }
     void aTransactionIsDescribedInOneLine() {
         QFETCH(Transaction, transaction);
-        Fixture fixture;
-        fixture.store().timeline = ledger(0, {transaction});
-        QTEST(fixture.recent().value(0), "expected");
+        QTEST(recent(showing(ledger(0, {transaction}))).value(0), "expected");
     }
 
     void aDescriptionIsCutAfter28Characters_data() {
@@ -350,10 +362,8 @@ private Q_SLOTS:
     }
     void aDescriptionIsCutAfter28Characters() {
         QFETCH(QString, character);
-        Fixture fixture;
         const auto line = [&](int count) {
-            fixture.store().timeline = ledger(0, {charge(1, character.repeated(count))});
-            return fixture.recent().value(0);
+            return recent(showing(ledger(0, {charge(1, character.repeated(count))}))).value(0);
         };
         const auto whole = u"2024-05-01   +$1.00 → $1,234.50  "_s + character.repeated(28);
         QCOMPARE(line(27), whole.chopped(character.size()));
@@ -381,9 +391,8 @@ private Q_SLOTS:
     void whateverAMerchantIsCalledItStaysOnePlainLineOnTheBus() {
         QFETCH(QString, merchant);
         QFETCH(QString, shown);
-        Fixture fixture;
-        fixture.store().timeline = ledger(0, {charge(1, merchant)});
-        QCOMPARE(recentOnTheBus(fixture.menu()), u"2024-05-01   +$1.00 → $1,234.50  "_s + shown);
+        QCOMPARE(recentOnTheBus(menu(showing(ledger(0, {charge(1, merchant)})))),
+                 u"2024-05-01   +$1.00 → $1,234.50  "_s + shown);
     }
 
     void tenThousandCharactersAreCut_data() {
@@ -395,13 +404,11 @@ private Q_SLOTS:
     }
     void tenThousandCharactersAreCut() {
         QFETCH(QString, merchant);
-        Fixture fixture;
-        auto transaction = charge(1, merchant);
-        fixture.store().timeline = ledger(0, {transaction});
-        fixture.store().lastError = merchant;
-        QVERIFY(recentOnTheBus(fixture.menu()).size() <= 501);
+        auto state = showing(ledger(0, {charge(1, merchant)}));
+        state.error = merchant;
+        QVERIFY(recentOnTheBus(menu(state)).size() <= 501);
         MenuTree tree;
-        tree.replace(fixture.menu());
+        tree.replace(menu(state));
         for (const auto& item : tree.properties({}, {})) {
             QVERIFY(item.properties.value(u"label"_s).toString().size() <= 501);
         }
@@ -419,36 +426,52 @@ private Q_SLOTS:
     }
     void theIntervalInUseIsChecked() {
         QFETCH(qint64, interval);
-        Fixture fixture;
-        fixture.store().settings.refreshInterval = interval;
-        const auto checked = fixture.lines().filter(QRegularExpression(u"\\] on$"_s));
+        const auto checked = lines({.refreshInterval = interval}).filter(QRegularExpression(u"\\] on$"_s));
         QVERIFY(checked.size() <= 1);
         QTEST(checked.value(0), "checked");
     }
 
-    void choosingAnIntervalSetsIt_data() {
+    void choosingAnEntryAsksForWhatItSays_data() {
+        QTest::addColumn<AppState>("state");
         QTest::addColumn<QString>("entry");
-        QTest::addColumn<qint64>("seconds");
-        QTest::newRow("1") << u"1 minute"_s << qint64(60);
-        QTest::newRow("2") << u"5 minutes"_s << qint64(300);
-        QTest::newRow("3") << u"15 minutes"_s << qint64(900);
-        QTest::newRow("4") << u"1 hour"_s << qint64(3600);
-        QTest::newRow("5") << u"6 hours"_s << qint64(21600);
-        QTest::newRow("6") << u"24 hours"_s << qint64(86400);
-        QTest::newRow("7") << u"Manual only"_s << qint64(0);
+        QTest::addColumn<QString>("asked");
+        const auto row = [](const AppState& state, const QString& entry, const QString& asked) {
+            QTest::newRow(qPrintable(entry)) << state << entry << asked;
+        };
+        row(nothing(), u"Open ledger"_s, u"ledger"_s);
+        row(nothing(), u"Pull updates (Plaid cache)"_s, u"pull updates"_s);
+        row(nothing(), u"Pull fresh from bank (slow, metered)"_s, u"pull from bank"_s);
+        row(nothing(), u"Link new card…"_s, u"link page"_s);
+        row(linkedBy({stale()}), u"Reconnect bank…"_s, u"reconnect"_s);
+        row(linkedBy({withoutCard()}), u"Re-run Link to add credit card…"_s, u"reconnect"_s);
+        row(nothing(), u"1 minute"_s, u"60"_s);
+        row(nothing(), u"5 minutes"_s, u"300"_s);
+        row(nothing(), u"15 minutes"_s, u"900"_s);
+        row(nothing(), u"1 hour"_s, u"3600"_s);
+        row(nothing(), u"6 hours"_s, u"21600"_s);
+        row(nothing(), u"24 hours"_s, u"86400"_s);
+        row(nothing(), u"Manual only"_s, u"0"_s);
+        row(nothing(), u"Help…"_s, u"help"_s);
+        row(nothing(), u"Settings…"_s, u"settings"_s);
+        row(nothing(), u"Sign In…"_s, u"sign in"_s);
+        row(signedIn(), u"Sign Out"_s, u"sign out"_s);
+        row(nothing(), u"Quit Quillo"_s, u"quit"_s);
     }
-    void choosingAnIntervalSetsIt() {
+    void choosingAnEntryAsksForWhatItSays() {
+        QFETCH(AppState, state);
         QFETCH(QString, entry);
-        Fixture fixture;
-        fixture.store().settings.refreshInterval = 7;
-        fixture.choose(entry);
-        QTEST(fixture.store().settings.refreshInterval.get(), "seconds");
+        QFETCH(QString, asked);
+        const auto shown = menu(state);
+        const auto* found = findEntry(shown, entry);
+        QVERIFY(found);
+        QVERIFY(found->kind == MenuEntry::Kind::button);
+        found->action();
+        QCOMPARE(called, QStringList{asked});
     }
 
     void helpTextsExplainWhatIsNotPlain() {
-        Fixture fixture;
         QStringList helps;
-        for (const auto& entry : fixture.menu()) {
+        for (const auto& entry : menu(nothing())) {
             if (!entry.help.isEmpty()) {
                 helps += entry.text + u": "_s + entry.help;
             }
@@ -464,79 +487,24 @@ private Q_SLOTS:
                       "never your balances; a person reads every transcript."_s}));
     }
 
-    void surfacesOfTheApplicationAreOpened() {
-        Fixture fixture;
-        for (const auto& entry : {u"Open ledger"_s, u"Help…"_s, u"Settings…"_s, u"Quit Quillo"_s}) {
-            fixture.choose(entry);
-        }
-        QCOMPARE(fixture.called, QStringList({u"ledger"_s, u"help"_s, u"settings"_s, u"quit"_s}));
-    }
-
-    void bankLinksAreMendedInTheBrowser_data() {
-        QTest::addColumn<QList<ItemStatus>>("links");
-        QTest::addColumn<QString>("entry");
-        QTest::newRow("new card") << QList<ItemStatus>{} << u"Link new card…"_s;
-        QTest::newRow("reconnect") << QList{stale()} << u"Reconnect bank…"_s;
-        QTest::newRow("add a card") << QList{withoutCard()} << u"Re-run Link to add credit card…"_s;
-    }
-    void bankLinksAreMendedInTheBrowser() {
-        QFETCH(QList<ItemStatus>, links);
-        QFETCH(QString, entry);
-        Fixture fixture;
-        fixture.store().itemStatuses = std::vector(links.begin(), links.end());
-        fixture.choose(entry);
-        QCOMPARE(fixture.surroundings.opened,
-                 QList{QUrl(fixture.surroundings.backend.origin() + u"/link"_s)});
-    }
-
-    void updatesAreAskedFor_data() {
-        QTest::addColumn<QString>("entry");
-        QTest::addColumn<QByteArray>("path");
-        QTest::newRow("cache") << u"Pull updates (Plaid cache)"_s << target::sync;
-        QTest::newRow("bank") << u"Pull fresh from bank (slow, metered)"_s << target::refresh;
-    }
-    void updatesAreAskedFor() {
-        QFETCH(QString, entry);
-        QFETCH(QByteArray, path);
-        Fixture fixture;
-        fixture.store().settings.apiKey = u"key"_s;
-        auto& backend = fixture.surroundings.backend;
-        fixture.choose(entry);
-        QVERIFY(waitUntil([&] { return backend.count(path) == 1; }));
-    }
-
-    void signingInAndOutActsOnTheAccount() {
-        Fixture fixture;
-        fixture.choose(u"Sign In…"_s);
-        QVERIFY(fixture.store().auth.state->isSigningIn());
-        fixture.store().auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
-        fixture.choose(u"Sign Out"_s);
-        QVERIFY(fixture.store().auth.state->isSignedOut());
-    }
-
     void entriesWithAnotherMeaningHaveAnotherKey() {
-        Fixture fixture;
-        const auto keyOf = [&](const QString& text) {
-            return findEntry(fixture.current = fixture.menu(), text)->key;
-        };
-        fixture.store().itemStatuses = std::vector{stale()};
-        const auto reconnect = keyOf(u"Reconnect bank…"_s);
-        fixture.store().itemStatuses = std::vector{withoutCard()};
-        QVERIFY(keyOf(u"Re-run Link to add credit card…"_s) != reconnect);
-        const auto signIn = keyOf(u"Sign In…"_s);
-        fixture.store().auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
-        QVERIFY(keyOf(u"Sign Out"_s) != signIn);
+        const auto reconnect = keyOf(linkedBy({stale()}), u"Reconnect bank…"_s);
+        const auto addCard = keyOf(linkedBy({withoutCard()}), u"Re-run Link to add credit card…"_s);
+        QVERIFY(!reconnect.isEmpty() && !addCard.isEmpty());
+        QVERIFY(reconnect != addCard);
+        const auto signIn = keyOf(nothing(), u"Sign In…"_s);
+        const auto signOut = keyOf(signedIn(), u"Sign Out"_s);
+        QVERIFY(!signIn.isEmpty() && !signOut.isEmpty());
+        QVERIFY(signIn != signOut);
     }
 
     void keysOfSiblingsAreDistinctSoThatARebuiltMenuKeepsItsEntries() {
-        Fixture fixture;
-        auto& store = fixture.store();
-        store.auth.state = AuthState::signedIn(u"robin@quillo.example"_s);
-        store.auth.lastAuthError = u"x"_s;
-        store.itemStatuses = std::vector{stale()};
-        store.lastError = u"x"_s;
-        store.timeline = ledger(5, std::vector(30, charge(1, u"m"_s)));
-        QVERIFY(keysAreDistinct(fixture.menu()));
+        auto state = signedIn();
+        state.authError = u"x"_s;
+        state.links = std::vector{stale()};
+        state.error = u"x"_s;
+        state.live = std::make_shared<Timeline>(ledger(5, std::vector(30, charge(1, u"m"_s))));
+        QVERIFY(keysAreDistinct(menu(state)));
     }
 
 private:
@@ -565,5 +533,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(MenuBarContentTest)
+QTEST_APPLESS_MAIN(MenuBarContentTest)
 #include "MenuBarContentTest.moc"

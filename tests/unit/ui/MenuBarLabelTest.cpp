@@ -1,14 +1,8 @@
 #include "ui/MenuBarLabel.h"
 
-#include "store/StoreFixture.h"
-#include "support/ChildProcess.h"
-#include "support/Wait.h"
-#include "ui/Environment.h"
-
 #include <QTest>
 
 using namespace quillo;
-using namespace quillo::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -26,42 +20,21 @@ ItemStatus link(int problems) {
     return status;
 }
 
-Timeline ledger(double totalOwed, double pendingHolds = 0) {
-    Timeline timeline;
-    timeline.totalOwed = totalOwed;
-    timeline.pendingHolds = pendingHolds;
-    return timeline;
+Ledger owing(double totalOwed, double pendingHolds = 0) {
+    return std::make_shared<Timeline>(Timeline{.totalOwed = totalOwed, .pendingHolds = pendingHolds});
+}
+
+QString text(const AppState& state) {
+    return MenuBarLabel::of(state).text;
 }
 
 } // namespace
 
-/// What the panel shows, for every state of the store.
+/// What the panel shows, for every state of the program.
 class MenuBarLabelTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() {
-        leaveSessionBus();
-        fixture = std::make_unique<StoreFixture>();
-        auto& store = fixture->start();
-        fixture->waitUntilSettled();
-        environment = std::make_unique<Environment>(store);
-        label = std::make_unique<MenuBarLabel>(fixture->notifications, [this] { ++opened; });
-    }
-    void init() {
-        auto& store = fixture->store();
-        store.itemStatuses = std::vector<ItemStatus>{};
-        store.lastError = std::nullopt;
-        store.timeline = std::nullopt;
-        store.selectedSnapshotDate = std::nullopt;
-        store.snapshotTimeline = std::nullopt;
-    }
-    void cleanupTestCase() {
-        label.reset();
-        environment.reset();
-        fixture.reset();
-    }
-
     void theFirstRuleThatHoldsDecides_data() {
         QTest::addColumn<int>("problems");
         QTest::addColumn<bool>("error");
@@ -101,25 +74,24 @@ private Q_SLOTS:
         QFETCH(bool, hasLedger);
         QFETCH(QString, icon);
         QFETCH(QString, text);
-        auto& store = fixture->store();
-        store.itemStatuses = std::vector{link(none), link(problems)};
+        AppState state{.links = std::vector{link(none), link(problems)}};
         if (error) {
-            store.lastError = u"HTTP 503"_s;
+            state.error = u"HTTP 503"_s;
         }
         if (hasLedger) {
-            store.timeline = ledger(1234.5);
+            state.live = owing(1234.5);
         }
-        QCOMPARE(label->iconName(), icon);
-        QCOMPARE(label->text(), text);
+        const auto label = MenuBarLabel::of(state);
+        QCOMPARE(label.iconName, icon);
+        QCOMPARE(label.text, text);
         // Only in the normal state does the amount stand in for the symbol.
-        QCOMPARE(label->shortText(), icon == u"creditcard"_s ? u"1.2k"_s : QString());
+        QCOMPARE(label.shortText, icon == u"creditcard"_s ? u"1.2k"_s : QString());
     }
 
     void problemsOfDifferentLinksKeepTheirOrder() {
-        fixture->store().itemStatuses = std::vector{link(addCard), link(reconnect), link(outage)};
-        QCOMPARE(label->text(), u"Quillo · Bank issue"_s);
-        fixture->store().itemStatuses = std::vector{link(addCard), link(reconnect)};
-        QCOMPARE(label->text(), u"Quillo · Reconnect"_s);
+        QCOMPARE(text({.links = std::vector{link(addCard), link(reconnect), link(outage)}}),
+                 u"Quillo · Bank issue"_s);
+        QCOMPARE(text({.links = std::vector{link(addCard), link(reconnect)}}), u"Quillo · Reconnect"_s);
     }
 
     void amountsAreShort_data() {
@@ -142,20 +114,17 @@ private Q_SLOTS:
         QFETCH(double, totalOwed);
         QFETCH(double, pendingHolds);
         QFETCH(QString, text);
-        fixture->store().timeline = ledger(totalOwed, pendingHolds);
-        QCOMPARE(label->text(), text);
-        QCOMPARE(label->iconName(), u"creditcard"_s);
+        const auto label = MenuBarLabel::of({.live = owing(totalOwed, pendingHolds)});
+        QCOMPARE(label.text, text);
+        QCOMPARE(label.iconName, u"creditcard"_s);
     }
 
     void aPastDayIsNeverShown() {
-        auto& store = fixture->store();
-        store.timeline = ledger(1);
-        store.snapshotTimeline = ledger(2);
-        store.selectedSnapshotDate = u"2024-04-30"_s;
-        QCOMPARE(label->text(), u"$1.00"_s);
-        store.timeline = std::nullopt;
-        QCOMPARE(label->text(), u"Quillo…"_s);
-        QCOMPARE(label->iconName(), u"hourglass"_s);
+        const Day day{.date = u"2024-04-30"_s, .ledger = owing(2)};
+        QCOMPARE(text({.live = owing(1), .day = day}), u"$1.00"_s);
+        const auto label = MenuBarLabel::of({.day = day});
+        QCOMPARE(label.text, u"Quillo…"_s);
+        QCOMPARE(label.iconName, u"hourglass"_s);
     }
 
     void numbersAreWrittenWithoutASign() {
@@ -164,35 +133,7 @@ private Q_SLOTS:
         QCOMPARE(MenuBarLabel::fmt(0.004, 2), u"0.00"_s);
         QCOMPARE(MenuBarLabel::fmt(-12.3, 2), u"-12.30"_s);
     }
-
-    void eachRequestForTheLedgerIsAnsweredWhileTheLabelLives() {
-        opened = 0;
-        fixture->notifications.post(notification::openLedgerRequested);
-        fixture->notifications.post(notification::openLedgerRequested);
-        fixture->notifications.post(notification::menuDidBeginTracking);
-        QCOMPARE(opened, 2);
-        int others = 0;
-        {
-            const MenuBarLabel other(fixture->notifications, [&others] { ++others; });
-            fixture->notifications.post(notification::openLedgerRequested);
-        }
-        fixture->notifications.post(notification::openLedgerRequested);
-        QCOMPARE(others, 1);
-    }
-
-    void aViewWithoutTheStoreStopsTheProcess() {
-        ChildProcess probe(QCoreApplication::applicationDirPath() + u"/UiProbe"_s, {u"label"_s});
-        QCOMPARE(probe.waitForExit(), -1);
-        QVERIFY(!probe.isRunning());
-        QVERIFY(!probe.readAll().contains("made"));
-    }
-
-private:
-    std::unique_ptr<StoreFixture> fixture;
-    std::unique_ptr<Environment> environment;
-    std::unique_ptr<MenuBarLabel> label;
-    int opened = 0;
 };
 
-QTEST_GUILESS_MAIN(MenuBarLabelTest)
+QTEST_APPLESS_MAIN(MenuBarLabelTest)
 #include "MenuBarLabelTest.moc"

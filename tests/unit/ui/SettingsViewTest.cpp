@@ -4,20 +4,24 @@
 #include "store/StoreFixture.h"
 #include "support/Wait.h"
 #include "ui/Colours.h"
-#include "ui/Environment.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
 
-#include <optional>
+#include <memory>
 
 using namespace quillo;
 using namespace quillo::test;
@@ -36,25 +40,16 @@ const auto hotKeyNote =
 const auto signInError = u"Sign in to Quillo (menu → Sign In…)"_s;
 const auto offEntry = "[Desktop Entry]\nType=Application\nName=Quillo\nExec=true\nHidden=true\n";
 
-/// The open form of a store without any account, which therefore has an error to begin with.
+/// The form, opened in a window of its own.
 struct Form {
-    Form() {
-        surroundings.start();
-        surroundings.waitUntilSettled();
-        environment.emplace(surroundings.store());
-    }
-
-    /// To be called once; what a test prepares before is there when the form opens.
-    void open() {
-        view.emplace();
-        view->show();
+    explicit Form(AppStore& store) : view(new SettingsView(store)) {
+        window.setCentralWidget(view);
+        window.show();
         settle();
     }
 
     /// Views render on a later turn than the change.
     static void settle() { drainEvents(); }
-
-    [[nodiscard]] AppStore& store() { return surroundings.store(); }
 
     [[nodiscard]] QLineEdit& field(const QString& title) const {
         for (auto* each : view->findChildren<QLineEdit*>()) {
@@ -78,7 +73,7 @@ struct Form {
 
     [[nodiscard]] QLabel* label(const QString& text) const {
         for (auto* each : view->findChildren<QLabel*>()) {
-            if (each->isVisibleTo(&*view) && each->text() == text) {
+            if (each->isVisibleTo(view) && each->text() == text) {
                 return each;
             }
         }
@@ -89,24 +84,29 @@ struct Form {
     [[nodiscard]] QStringList sections() const {
         QMap<int, QString> byPlace;
         for (const auto* each : view->findChildren<QGroupBox*>()) {
-            if (each->isVisibleTo(&*view)) {
-                byPlace.insert(each->mapTo(&*view, QPoint()).y(), each->title());
+            if (each->isVisibleTo(view)) {
+                byPlace.insert(each->mapTo(view, QPoint()).y(), each->title());
             }
         }
         return byPlace.values();
     }
 
-    void writeLoginItem(const QByteArray& text) const {
-        QFile file(surroundings.loginItemPath());
-        if (!QDir().mkpath(QFileInfo(file).path()) || !file.open(QIODevice::WriteOnly) ||
-            file.write(text) < 0) {
-            qFatal("no temporary folder");
+    /// Whether the whole section "Last error" can be seen without scrolling.
+    [[nodiscard]] bool showsError() const {
+        for (const auto* each : view->findChildren<QGroupBox*>()) {
+            if (each->title() == u"Last error") {
+                return each->visibleRegion().boundingRect() == each->rect();
+            }
         }
+        return false;
     }
 
-    StoreFixture surroundings;
-    std::optional<Environment> environment;
-    std::optional<SettingsView> view;
+    void scrollToTheTop() const { view->findChild<QScrollArea*>()->verticalScrollBar()->setValue(0); }
+
+    void pressRefresh() const { view->findChild<QPushButton*>()->click(); }
+
+    QMainWindow window;
+    SettingsView* view;
 };
 
 } // namespace
@@ -115,25 +115,48 @@ class SettingsViewTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { leaveSessionBus(); }
+    void initTestCase() {
+        leaveSessionBus();
+        surroundings = std::make_unique<StoreFixture>();
+        surroundings->start();
+        surroundings->waitUntilSettled();
+        origin = settings().backend;
+    }
+
+    /// As for a user who has just installed the program: without any account, and told so.
+    void init() {
+        QFile::remove(surroundings->loginItemPath());
+        store().launchAtLogin = false;
+        settings().backend = origin;
+        settings().verifyTLS = true;
+        settings().apiKey = QString();
+        settings().refreshInterval = 300;
+        settings().hotKeyEnabled = true;
+        store().timeline = nullptr;
+        store().lastError = signInError;
+        surroundings->backend.answer(target::status, Answer::http(200, statusBody()));
+        QVERIFY(waitUntil([this] { return surroundings->hotKeys.size() == 1; }));
+        drainEvents();
+    }
+    void cleanup() {
+        QVERIFY(waitUntil([this] { return !store().isLoading; }));
+    }
+    void cleanupTestCase() { surroundings.reset(); }
 
     void isExactlyAsLargeAsItMustBe() {
-        Form form;
-        form.open();
+        const Form form(store());
         QCOMPARE(form.view->size(), QSize(460, 380));
         QCOMPARE(form.view->minimumSize(), form.view->maximumSize());
     }
 
     void sectionsStandInTheirOrder() {
-        Form form;
-        form.open();
+        const Form form(store());
         QCOMPARE(form.sections(), (QStringList{u"Backend"_s, u"Authentication"_s, u"Refresh"_s, u"Startup"_s,
                                                u"Global hotkey"_s, u"Last error"_s}));
     }
 
     void pickerHasThePresetsInTheirOrder() {
-        Form form;
-        form.open();
+        const Form form(store());
         QCOMPARE(form.interval().count(), static_cast<int>(intervalPresets.size()));
         for (int entry = 0; entry < form.interval().count(); ++entry) {
             const auto& preset = intervalPresets[static_cast<std::size_t>(entry)];
@@ -143,13 +166,12 @@ private Q_SLOTS:
     }
 
     void settingsAreShownWhenItOpens() {
-        Form form;
-        form.store().settings.backend = u"https://other.example/ "_s;
-        form.store().settings.verifyTLS = false;
-        form.store().settings.apiKey = u"secret"_s;
-        form.store().settings.refreshInterval = 900;
-        form.store().settings.hotKeyEnabled = false;
-        form.open();
+        settings().backend = u"https://other.example/ "_s;
+        settings().verifyTLS = false;
+        settings().apiKey = u"secret"_s;
+        settings().refreshInterval = 900;
+        settings().hotKeyEnabled = false;
+        const Form form(store());
         QCOMPARE(form.field(urlTitle).text(), u"https://other.example/ "_s);
         QVERIFY(!form.box(verifyTitle).isChecked());
         QCOMPARE(form.field(keyTitle).text(), u"secret"_s);
@@ -159,127 +181,194 @@ private Q_SLOTS:
     }
 
     void everyKeystrokeIsWrittenAtOnce() {
-        Form form;
-        form.open();
+        const Form form(store());
         form.field(urlTitle).clear();
         QTest::keyClicks(&form.field(urlTitle), u"ht"_s);
-        QCOMPARE(form.store().settings.backend.get(), u"ht"_s);
-        QCOMPARE(form.surroundings.defaults.string(u"backend"_s), u"ht"_s);
+        QCOMPARE(settings().backend.get(), u"ht"_s);
+        QCOMPARE(surroundings->defaults.string(u"backend"_s), u"ht"_s);
         QTest::keyClicks(&form.field(urlTitle), u"t"_s);
-        QCOMPARE(form.surroundings.defaults.string(u"backend"_s), u"htt"_s);
+        QCOMPARE(surroundings->defaults.string(u"backend"_s), u"htt"_s);
         QTest::keyClicks(&form.field(keyTitle), u"key"_s);
-        QCOMPARE(form.store().settings.apiKey.get(), u"key"_s);
+        QCOMPARE(settings().apiKey.get(), u"key"_s);
+    }
+
+    void whatIsPastedWithItsLineEndIsStoredWithoutIt_data() {
+        QTest::addColumn<QString>("pasted");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("line feed") << u"key-1\n"_s << u"key-1"_s;
+        QTest::newRow("carriage return and line feed") << u"key-1\r\n"_s << u"key-1"_s;
+        QTest::newRow("line separator") << u"key-1\u2028"_s << u"key-1"_s;
+        QTest::newRow("paragraph separator") << u"key-1\u2029"_s << u"key-1"_s;
+        QTest::newRow("before and within") << u"\nkey\n-1\n\n"_s << u"key-1"_s;
+        QTest::newRow("spaces are the user's own") << u" key-1 "_s << u" key-1 "_s;
+    }
+    void whatIsPastedWithItsLineEndIsStoredWithoutIt() {
+        QFETCH(QString, pasted);
+        QFETCH(QString, stored);
+        const Form form(store());
+        QGuiApplication::clipboard()->setText(pasted);
+        for (const auto& title : {urlTitle, keyTitle}) {
+            auto& field = form.field(title);
+            auto& setting = title == urlTitle ? settings().backend : settings().apiKey;
+            field.clear();
+            QStringList values;
+            const auto assigned =
+                setting.observe(Published<QString>::Current::skip, Published<QString>::Repeats::deliver,
+                                [&values](const QString& value) { values += value; });
+            field.paste();
+            QCOMPARE(values, QStringList{stored});
+            QCOMPARE(field.text(), stored);
+            // In the middle of what is there already the cursor follows what was pasted.
+            field.setText(u"ab"_s);
+            field.setCursorPosition(1);
+            field.paste();
+            QCOMPARE(setting.get(), u'a' + stored + u'b');
+            QCOMPARE(field.cursorPosition(), 1 + static_cast<int>(stored.size()));
+        }
     }
 
     void everySwitchIsWrittenAtOnce() {
-        Form form;
-        form.open();
+        const Form form(store());
         form.box(verifyTitle).click();
-        QCOMPARE(form.surroundings.defaults.object(u"verifyTLS"_s), QVariant(false));
+        QCOMPARE(surroundings->defaults.object(u"verifyTLS"_s), QVariant(false));
         form.box(hotKeyTitle).click();
-        QCOMPARE(form.surroundings.defaults.object(u"hotKeyEnabled"_s), QVariant(false));
-        QVERIFY(waitUntil([&] { return form.surroundings.hotKeys.isEmpty(); }));
+        QCOMPARE(surroundings->defaults.object(u"hotKeyEnabled"_s), QVariant(false));
+        QVERIFY(waitUntil([&] { return surroundings->hotKeys.isEmpty(); }));
         form.box(hotKeyTitle).click();
-        QCOMPARE(form.surroundings.defaults.object(u"hotKeyEnabled"_s), QVariant(true));
-        QVERIFY(waitUntil([&] { return form.surroundings.hotKeys.size() == 1; }));
+        QCOMPARE(surroundings->defaults.object(u"hotKeyEnabled"_s), QVariant(true));
+        QVERIFY(waitUntil([&] { return surroundings->hotKeys.size() == 1; }));
     }
 
     void openingItWritesNothing() {
-        Form form;
-        const auto keys = form.surroundings.hotKeys;
-        form.open();
-        for (const auto& key : {u"verifyTLS"_s, u"refreshInterval"_s, u"hotKeyEnabled"_s}) {
-            QVERIFY(!form.surroundings.defaults.object(key).isValid());
-        }
-        QVERIFY(!QFile::exists(form.surroundings.loginItemPath()));
-        QCOMPARE(form.surroundings.hotKeys, keys);
+        int written = 0;
+        const auto assigned = settings().objectWillChange.observe([&written] { ++written; });
+        const Form form(store());
+        QCOMPARE(written, 0);
+        QVERIFY(!QFile::exists(surroundings->loginItemPath()));
     }
 
     void clearedKeyIsTheEmptyKey() {
-        Form form;
-        form.store().settings.apiKey = u"secret"_s;
-        form.open();
+        settings().apiKey = u"secret"_s;
+        const Form form(store());
         form.field(keyTitle).clear();
-        QCOMPARE(form.store().settings.apiKey.get(), QString());
+        QCOMPARE(settings().apiKey.get(), QString());
     }
 
     void keyIsMasked() {
-        Form form;
-        form.store().settings.apiKey = u"secret"_s;
-        form.open();
+        settings().apiKey = u"secret"_s;
+        const Form form(store());
         QCOMPARE(form.field(keyTitle).echoMode(), QLineEdit::Password);
         QVERIFY(!form.field(keyTitle).displayText().contains(u"secret"_s));
         QVERIFY(form.field(urlTitle).echoMode() == QLineEdit::Normal);
     }
 
     void intervalThatIsNoPresetHasNoEntryUntilOneIsChosen() {
-        Form form;
-        form.store().settings.refreshInterval = 120;
-        form.open();
+        settings().refreshInterval = 120;
+        const Form form(store());
         QCOMPARE(form.interval().currentIndex(), -1);
-        QCOMPARE(form.store().settings.refreshInterval.get(), 120);
+        QCOMPARE(settings().refreshInterval.get(), 120);
 
         form.interval().setFocus();
         QTest::keyClick(&form.interval(), Qt::Key_End);
         QCOMPARE(form.interval().currentText(), u"Manual only"_s);
-        QCOMPARE(form.store().settings.refreshInterval.get(), 0);
-        QCOMPARE(form.surroundings.defaults.object(u"refreshInterval"_s).toLongLong(), 0);
+        QCOMPARE(settings().refreshInterval.get(), 0);
+        QCOMPARE(surroundings->defaults.object(u"refreshInterval"_s).toLongLong(), 0);
     }
 
     void wheelScrollsPastThePickerAndLeavesItAlone() {
-        Form form;
-        form.open();
+        const Form form(store());
         const auto place = form.interval().rect().center();
         QWheelEvent down(place, form.interval().mapToGlobal(place), {}, {0, -120}, Qt::NoButton,
                          Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(&form.interval(), &down);
         QCOMPARE(form.interval().currentText(), u"5 minutes"_s);
-        QCOMPARE(form.store().settings.refreshInterval.get(), 300);
+        QCOMPARE(settings().refreshInterval.get(), 300);
     }
 
     void changesElsewhereAreShown() {
-        Form form;
-        form.open();
-        form.store().settings.refreshInterval = 3600;
-        form.store().settings.backend = u"https://elsewhere.example"_s;
+        const Form form(store());
+        settings().refreshInterval = 3600;
+        settings().backend = u"https://elsewhere.example"_s;
         form.settle();
         QCOMPARE(form.interval().currentText(), u"1 hour"_s);
         QCOMPARE(form.field(urlTitle).text(), u"https://elsewhere.example"_s);
     }
 
     void changeElsewhereLeavesTheCursorWhereItIs() {
-        Form form;
-        form.open();
+        const Form form(store());
         form.field(urlTitle).setCursorPosition(3);
-        form.store().isLoading = true;
+        store().lastError = u"HTTP 500"_s;
         form.settle();
         QCOMPARE(form.field(urlTitle).cursorPosition(), 3);
     }
 
     void refreshNowRefreshes() {
-        Form form;
-        form.store().settings.apiKey = u"key"_s;
-        form.open();
-        auto& button = *form.view->findChild<QPushButton*>();
-        QCOMPARE(button.text(), u"Refresh now"_s);
-        button.click();
-        QVERIFY(waitUntil([&] { return form.store().timeline->has_value(); }));
-        QCOMPARE(form.surroundings.refreshes(), 1);
+        settings().apiKey = u"key"_s;
+        const auto before = surroundings->refreshes();
+        const Form form(store());
+        QCOMPARE(form.view->findChild<QPushButton*>()->text(), u"Refresh now"_s);
+        form.pressRefresh();
+        QVERIFY(waitUntil([&] { return *store().timeline != nullptr; }));
+        QCOMPARE(surroundings->refreshes(), before + 1);
+    }
+
+    void aRefreshThatFailsBringsItsErrorIntoView() {
+        settings().apiKey = u"key"_s;
+        store().lastError = std::nullopt;
+        surroundings->backend.answer(target::status, Answer::http(500));
+        const Form form(store());
+        form.pressRefresh();
+        QVERIFY(waitUntil([&] { return form.label(u"HTTP 500"_s) != nullptr; }));
+        QVERIFY(form.showsError());
+    }
+
+    void aRefreshThatFailsAsTheLastOneDidBringsTheErrorIntoView() {
+        settings().apiKey = u"key"_s;
+        store().lastError = u"HTTP 500"_s;
+        surroundings->backend.answer(target::status, Answer::http(500));
+        const auto before = surroundings->refreshes();
+        const Form form(store());
+        QVERIFY(!form.showsError());
+        form.pressRefresh();
+        QVERIFY(waitUntil([&] { return surroundings->refreshes() == before + 1 && !store().isLoading; }));
+        form.settle();
+        QVERIFY(form.showsError());
+    }
+
+    void aRefreshWithoutAnAccountBringsTheErrorIntoView() {
+        const Form form(store());
+        QVERIFY(!form.showsError());
+        form.pressRefresh();
+        form.settle();
+        QVERIFY(form.showsError());
+    }
+
+    void anotherErrorIsBroughtIntoViewAndTheSameOneLeavesTheFormWhereItIs() {
+        const Form form(store());
+        store().lastError = u"HTTP 500"_s;
+        form.settle();
+        QVERIFY(form.showsError());
+        form.scrollToTheTop();
+        QVERIFY(!form.showsError());
+        store().lastError = u"HTTP 500"_s;
+        form.settle();
+        QVERIFY(!form.showsError());
+        store().lastError = u"A longer one that takes several lines. "_s.repeated(5);
+        form.settle();
+        QVERIFY(form.showsError());
     }
 
     void launchAtLoginIsAppliedAtOnce() {
-        Form form;
-        form.open();
+        const Form form(store());
         form.box(loginTitle).click();
-        QVERIFY(QFile::exists(form.surroundings.loginItemPath()));
+        QVERIFY(QFile::exists(surroundings->loginItemPath()));
         form.box(loginTitle).click();
-        QVERIFY(!QFile::exists(form.surroundings.loginItemPath()));
+        QVERIFY(!QFile::exists(surroundings->loginItemPath()));
     }
 
     void loginItemThatNeedsApprovalIsToldInOrange() {
-        Form form;
-        form.writeLoginItem(offEntry);
-        form.open();
+        writeLoginItem(offEntry);
+        const Form form(store());
         const auto* note = form.label(
             u"Approval needed — open System Settings → General → Login Items and enable Quillo."_s);
         QVERIFY(note);
@@ -288,9 +377,8 @@ private Q_SLOTS:
     }
 
     void loginItemThatCannotBeSetIsToldAndTheSwitchStays() {
-        Form form;
-        form.writeLoginItem(offEntry);
-        form.open();
+        writeLoginItem(offEntry);
+        const Form form(store());
         form.box(loginTitle).click();
         form.settle();
         QVERIFY(form.box(loginTitle).isChecked());
@@ -298,9 +386,26 @@ private Q_SLOTS:
                            "startup applications."_s));
     }
 
+    void theLoginItemsMessageIsStaleAfterTheDesktopsOwnSettingWasChanged() {
+        writeLoginItem(offEntry);
+        Form form(store());
+        const auto message =
+            u"Approval needed — open System Settings → General → Login Items and enable Quillo."_s;
+        QVERIFY(QTest::qWaitForWindowActive(&form.window));
+        QVERIFY(form.label(message));
+        QWidget desktopSettings;
+        desktopSettings.show();
+        desktopSettings.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&desktopSettings));
+        QFile::remove(surroundings->loginItemPath());
+        QVERIFY(form.label(message));
+        form.window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&form.window));
+        QVERIFY(!form.label(message));
+    }
+
     void notesAreSmallerAndOfLessImportance() {
-        Form form;
-        form.open();
+        const Form form(store());
         for (const auto& text : {keychainNote, hotKeyNote}) {
             const auto* note = form.label(text);
             QVERIFY(note);
@@ -311,8 +416,7 @@ private Q_SLOTS:
     }
 
     void notesFollowADesktopThatTurnsDark() {
-        Form form;
-        form.open();
+        const Form form(store());
         auto dark = form.view->palette();
         dark.setColor(QPalette::Window, Qt::black);
         dark.setColor(QPalette::WindowText, Qt::white);
@@ -322,34 +426,48 @@ private Q_SLOTS:
     }
 
     void errorIsTherePlainAndSelectableAndGoesWithTheError() {
-        Form form;
-        form.store().lastError = u"<b>HTTP</b> 500 &amp; more"_s;
-        form.open();
+        store().lastError = u"<b>HTTP</b> 500 &amp; more"_s;
+        const Form form(store());
         const auto* error = form.label(u"<b>HTTP</b> 500 &amp; more"_s);
         QVERIFY(error);
         QCOMPARE(error->textFormat(), Qt::PlainText);
         QVERIFY(error->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
         QVERIFY(error->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
 
-        form.store().lastError = std::nullopt;
+        store().lastError = std::nullopt;
         form.settle();
         QVERIFY(!form.sections().contains(u"Last error"_s));
 
-        form.store().lastError = signInError;
+        store().lastError = signInError;
         form.settle();
         QVERIFY(form.sections().contains(u"Last error"_s));
         QVERIFY(form.label(signInError));
     }
 
     void closingItLosesNothing() {
-        Form form;
-        form.open();
-        form.field(urlTitle).setText(u"https://kept.example"_s);
-        form.view.reset();
-        QCOMPARE(form.store().settings.backend.get(), u"https://kept.example"_s);
-        form.open();
+        {
+            const Form form(store());
+            form.field(urlTitle).setText(u"https://kept.example"_s);
+        }
+        QCOMPARE(settings().backend.get(), u"https://kept.example"_s);
+        const Form form(store());
         QCOMPARE(form.field(urlTitle).text(), u"https://kept.example"_s);
     }
+
+private:
+    [[nodiscard]] AppStore& store() const { return surroundings->store(); }
+    [[nodiscard]] AppSettings& settings() const { return store().settings; }
+
+    void writeLoginItem(const QByteArray& text) const {
+        QFile file(surroundings->loginItemPath());
+        if (!QDir().mkpath(QFileInfo(file).path()) || !file.open(QIODevice::WriteOnly) ||
+            file.write(text) < 0) {
+            qFatal("no temporary folder");
+        }
+    }
+
+    std::unique_ptr<StoreFixture> surroundings;
+    QString origin;
 };
 
 QTEST_MAIN(SettingsViewTest)

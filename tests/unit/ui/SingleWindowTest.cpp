@@ -3,6 +3,8 @@
 #include "support/Wait.h"
 
 #include <QApplication>
+#include <QMainWindow>
+#include <QMenuBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWidget>
@@ -15,6 +17,19 @@ namespace {
 qsizetype openWindows() {
     const auto all = QApplication::topLevelWidgets();
     return std::count_if(all.begin(), all.end(), [](const auto* widget) { return widget->isVisible(); });
+}
+
+/// The ledger window as the program has it: with a menu bar.
+WindowScene withMenuBar() {
+    auto scene = ledgerScene([] { return new QWidget; });
+    scene.prepare = [](QMainWindow& window) {
+        window.menuBar()->addMenu(QStringLiteral("Quillo"))->addAction(QStringLiteral("About"));
+    };
+    return scene;
+}
+
+QSize contentSize(const SingleWindow& window) {
+    return qobject_cast<QMainWindow*>(window.window())->centralWidget()->size();
 }
 
 } // namespace
@@ -49,6 +64,35 @@ private Q_SLOTS:
         ledger.open();
         ledger.window()->resize(10, 10);
         QVERIFY(waitUntil([&] { return ledger.window()->size() == QSize(720, 480); }));
+    }
+
+    void aMenuBarTakesNothingFromTheLedgersFirstSize() {
+        SingleWindow ledger(withMenuBar());
+        ledger.open();
+        drainEvents();
+        QCOMPARE(contentSize(ledger), QSize(960, 640));
+        QVERIFY(ledger.window()->height() > 640);
+    }
+
+    void aMenuBarTakesNothingFromTheLedgersLeastSize() {
+        SingleWindow ledger(withMenuBar());
+        ledger.open();
+        ledger.window()->resize(10, 10);
+        QVERIFY(waitUntil([&] { return contentSize(ledger) == QSize(720, 480); }));
+        QVERIFY(ledger.window()->height() > 480);
+    }
+
+    void aWindowWithAMenuBarReopensAtItsLastSizeHoweverOften() {
+        SingleWindow ledger(withMenuBar());
+        ledger.open();
+        ledger.window()->resize(800, 600);
+        for (int time = 0; time < 3; ++time) {
+            ledger.window()->close();
+            drainEvents();
+            ledger.open();
+            drainEvents();
+            QCOMPARE(ledger.window()->size(), QSize(800, 600));
+        }
     }
 
     void settingsAreAlwaysAsLargeAsTheirContent() {

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+#include <memory>
+
 using namespace quillo;
 using namespace quillo::test;
 using namespace Qt::Literals::StringLiterals;
@@ -21,10 +23,23 @@ private Q_SLOTS:
         drainEvents();
     }
 
+    void init() {
+        fixture->store().lastError = std::nullopt;
+        drainEvents();
+    }
+
+    void whatThereIsIsRenderedAtOnce() {
+        fixture->store().lastError = u"HTTP 500"_s;
+        QStringList shown;
+        const ViewUpdates updates(fixture->store(), appendingTo(shown));
+        QCOMPARE(shown, QStringList{u"HTTP 500"_s});
+    }
+
     void manyAnnouncementsGiveOneRenderOnTheNextTurn() {
         auto& store = fixture->store();
         QStringList shown;
-        const ViewUpdates updates(store, [&] { shown.append(store.lastError->value_or(QString())); });
+        const ViewUpdates updates(store, appendingTo(shown));
+        shown.clear();
         for (int number = 0; number < 1000; ++number) {
             store.lastError = QString::number(number);
             store.isLoading = !store.isLoading;
@@ -42,24 +57,32 @@ private Q_SLOTS:
     void settingsAndSignInRenderToo() {
         auto& store = fixture->store();
         int renders = 0;
-        const ViewUpdates updates(store, [&] { ++renders; });
+        AppState shown;
+        const ViewUpdates updates(store, [&](const AppState& state) {
+            ++renders;
+            shown = state;
+        });
         store.settings.refreshInterval = 60;
         drainEvents();
-        QCOMPARE(renders, 1);
+        QCOMPARE(renders, 2);
+        QCOMPARE(shown.refreshInterval, qint64(60));
         store.auth.state = AuthState::signingIn();
         drainEvents();
-        QCOMPARE(renders, 2);
+        QCOMPARE(renders, 3);
+        QVERIFY(shown.auth.isSigningIn());
+        store.auth.state = AuthState::signedOut();
     }
 
     void aChangeDuringARenderIsRenderedAfterIt() {
         auto& store = fixture->store();
         QStringList shown;
-        const ViewUpdates updates(store, [&] {
-            shown.append(store.lastError->value_or(QString()));
-            if (shown.size() == 1) {
+        const ViewUpdates updates(store, [&](const AppState& state) {
+            shown.append(state.error.value_or(QString()));
+            if (state.error == u"first"_s) {
                 store.lastError = u"second"_s;
             }
         });
+        shown.clear();
         store.lastError = u"first"_s;
         drainEvents();
         QCOMPARE(shown, (QStringList{u"first"_s, u"second"_s}));
@@ -69,15 +92,20 @@ private Q_SLOTS:
         auto& store = fixture->store();
         int renders = 0;
         {
-            const ViewUpdates updates(store, [&] { ++renders; });
+            const ViewUpdates updates(store, [&](const AppState&) { ++renders; });
             store.lastError = u"x"_s;
         }
         store.lastError = u"y"_s;
         drainEvents();
-        QCOMPARE(renders, 0);
+        QCOMPARE(renders, 1);
     }
 
 private:
+    /// Notes the error line of each rendering.
+    static ViewUpdates::Render appendingTo(QStringList& shown) {
+        return [&shown](const AppState& state) { shown.append(state.error.value_or(QString())); };
+    }
+
     std::unique_ptr<StoreFixture> fixture;
 };
 

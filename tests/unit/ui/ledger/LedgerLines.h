@@ -17,6 +17,11 @@ struct Line {
     Text id = {};
 };
 
+/// What can be published and shown.
+[[nodiscard]] inline Ledger published(Timeline ledger) {
+    return std::make_shared<const Timeline>(std::move(ledger));
+}
+
 [[nodiscard]] inline Timeline ledgerOf(const std::vector<Line>& lines) {
     Timeline ledger;
     for (const auto& line : lines) {

@@ -1,7 +1,5 @@
-#include "model/Timeline.h"
-#include "store/StoreFixture.h"
-#include "ui/Environment.h"
 #include "ui/ledger/LedgerHeader.h"
+#include "ui/ledger/LedgerLines.h"
 #include "ui/ledger/LedgerTable.h"
 #include "ui/ledger/LedgerTableStyle.h"
 
@@ -37,6 +35,10 @@ int baseline(const QLabel& figure) {
     return bottom - figure.fontMetrics().descent();
 }
 
+LedgerHeaderContent contentOf(Timeline ledger) {
+    return LedgerHeaderContent::of({.live = published(std::move(ledger))});
+}
+
 } // namespace
 
 /// What the eye sees of the ledger window. This process speaks Egyptian Arabic.
@@ -44,18 +46,11 @@ class LedgerLooksTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() {
-        qputenv("LC_ALL", "ar_EG.UTF-8");
-        leaveSessionBus();
-    }
+    void initTestCase() { qputenv("LC_ALL", "ar_EG.UTF-8"); }
 
     void amountsInARightToLeftScriptStayInTheLinesOfTheHeader() {
-        StoreFixture surroundings;
-        surroundings.start();
-        surroundings.store().timeline = Timeline{.totalOwed = 832.26, .available = 11'044.65};
-        const Environment environment(surroundings.store());
         LedgerHeader header;
-        header.render();
+        header.setContent(contentOf({.totalOwed = 832.26, .available = 11'044.65}));
         QStringList amounts;
         for (const auto* label : header.findChildren<QLabel*>()) {
             if (label->text().contains(u"US$"_s)) {
@@ -70,13 +65,9 @@ private Q_SLOTS:
     }
 
     void figuresOfEverySizeStandOnOneLine() {
-        StoreFixture surroundings;
-        surroundings.start();
-        surroundings.store().timeline =
-            Timeline{.totalOwed = 832.26, .pendingHolds = 123.09, .totalWithPending = 955.35};
-        const Environment environment(surroundings.store());
         LedgerHeader header;
-        header.render();
+        header.setContent(
+            contentOf({.totalOwed = 832.26, .pendingHolds = 123.09, .totalWithPending = 955.35}));
         header.resize(900, header.sizeHint().height());
         header.show();
         QSet<int> baselines;
@@ -99,7 +90,7 @@ private Q_SLOTS:
         coffee.name = u"Coffee"_s;
         ledger.transactions.push_back(coffee);
         LedgerTable table;
-        table.setLedger(&ledger);
+        table.setLedger(published(std::move(ledger)));
         table.resize(700, 200);
         table.show();
         const auto description = table.columnViewportPosition(1) + table.columnWidth(1) / 2;

@@ -26,6 +26,11 @@ Tone tone(const LedgerTableModel& model, LedgerColumn column) {
     return static_cast<Tone>(cell(model, column, LedgerTableModel::toneRole).toInt());
 }
 
+void show(LedgerTableModel& model, Timeline ledger, const QString& search = {}, LedgerSortOrder order = {}) {
+    auto prepared = std::make_shared<const PreparedLedger>(published(std::move(ledger)));
+    model.setRows(std::make_shared<const LedgerRows>(LedgerRows::of(std::move(prepared), search, order)));
+}
+
 QStringList column(const LedgerTableModel& model, LedgerColumn which) {
     QStringList all;
     for (int row = 0; row < model.rowCount(); ++row) {
@@ -64,25 +69,25 @@ private Q_SLOTS:
     void anAmountShowsItsSignAndWhatItMeans() {
         QFETCH(double, amount);
         QFETCH(bool, isCharge);
-        const auto ledger = ledgerOf({{.amount = amount}});
+        auto ledger = ledgerOf({{.amount = amount}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QTEST(cell(model, LedgerColumn::amount).toString(), "text");
         QCOMPARE(tone(model, LedgerColumn::amount), isCharge ? Tone::charge : Tone::credit);
     }
 
     void amountsBeyondAllMeasureAreShownAllTheSame() {
-        const auto ledger = ledgerOf({{.amount = 1e308, .balance = -1e308}});
+        auto ledger = ledgerOf({{.amount = 1e308, .balance = -1e308}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QVERIFY(cell(model, LedgerColumn::amount).toString().startsWith(u"+$100,000"_s));
         QVERIFY(cell(model, LedgerColumn::runningBalance).toString().startsWith(u"-$100,000"_s));
     }
 
     void aRunningBalanceHasNoPlusSign() {
-        const auto ledger = ledgerOf({{.amount = -1, .balance = 832.26}});
+        auto ledger = ledgerOf({{.amount = -1, .balance = 832.26}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(cell(model, LedgerColumn::runningBalance).toString(), u"$832.26"_s);
         QCOMPARE(tone(model, LedgerColumn::runningBalance), Tone::normal);
     }
@@ -94,9 +99,9 @@ private Q_SLOTS:
     }
     void aSyntheticLineIsRedAndNotPostedEvenWhenItIsAlsoPending() {
         QFETCH(bool, isPending);
-        const auto ledger = ledgerOf({{.isPending = isPending, .isSynthetic = true}});
+        auto ledger = ledgerOf({{.isPending = isPending, .isSynthetic = true}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(badge(model), Badge::notPosted);
         QCOMPARE(tone(model, LedgerColumn::description), Tone::alert);
         QCOMPARE(cell(model, LedgerColumn::description).toString(), u"Shop"_s);
@@ -105,9 +110,9 @@ private Q_SLOTS:
     }
 
     void aPendingLineSaysSoInTheNormalColour() {
-        const auto ledger = ledgerOf({{.isPending = true}});
+        auto ledger = ledgerOf({{.isPending = true}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(badge(model), Badge::pending);
         QCOMPARE(tone(model, LedgerColumn::description), Tone::normal);
         QCOMPARE(cell(model, LedgerColumn::description, Qt::AccessibleTextRole).toString(),
@@ -115,9 +120,9 @@ private Q_SLOTS:
     }
 
     void onlyTheDescriptionHasABadge() {
-        const auto ledger = ledgerOf({{.isSynthetic = true}, {}});
+        auto ledger = ledgerOf({{.isSynthetic = true}, {}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(badge(model, LedgerColumn::date), Badge::none);
         QCOMPARE(badge(model, LedgerColumn::amount), Badge::none);
         QCOMPARE(cell(model, LedgerColumn::description, LedgerTableModel::badgeRole, 1).toInt(),
@@ -137,71 +142,58 @@ private Q_SLOTS:
     }
     void whateverAMerchantIsCalledIsOneHarmlessLine() {
         QFETCH(QString, merchant);
-        const auto ledger = ledgerOf({{.merchant = merchant}});
+        auto ledger = ledgerOf({{.merchant = merchant}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QTEST(cell(model, LedgerColumn::description).toString(), "shown");
     }
 
     void datesThatAreNoDatesAreShownAsTheyCame() {
-        const auto ledger = ledgerOf({{.date = u"tomorrow"_s}, {.date = u""_s}, {.date = u"2024-13-99"_s}});
+        auto ledger = ledgerOf({{.date = u"tomorrow"_s}, {.date = u""_s}, {.date = u"2024-13-99"_s}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(column(model, LedgerColumn::date), (QStringList{u"tomorrow"_s, u"2024-13-99"_s, u""_s}));
     }
 
-    void theDescriptionDoesNotSort() {
-        const auto ledger = ledgerOf({{.merchant = u"B"_s}, {.merchant = u"C"_s}, {.merchant = u"A"_s}});
-        LedgerTableModel model;
-        model.setLedger(&ledger);
-        model.sort(static_cast<int>(LedgerColumn::description), Qt::AscendingOrder);
-        QCOMPARE(column(model, LedgerColumn::description), (QStringList{u"B"_s, u"C"_s, u"A"_s}));
-        QCOMPARE(model.sortOrder(), LedgerSortOrder{});
-    }
-
-    void linesThatCompareEqualKeepTheBackendsOrder() {
-        const auto ledger = ledgerOf({{.merchant = u"first"_s, .amount = 5},
-                                      {.merchant = u"smaller"_s, .amount = 4},
-                                      {.merchant = u"second"_s, .amount = 5}});
-        LedgerTableModel model;
-        model.setLedger(&ledger);
-        model.sort(static_cast<int>(LedgerColumn::amount), Qt::DescendingOrder);
-        QCOMPARE(column(model, LedgerColumn::description),
-                 (QStringList{u"first"_s, u"second"_s, u"smaller"_s}));
-        model.sort(static_cast<int>(LedgerColumn::amount), Qt::AscendingOrder);
-        QCOMPARE(column(model, LedgerColumn::description),
-                 (QStringList{u"smaller"_s, u"first"_s, u"second"_s}));
-    }
-
     void twoLinesWithTheSameIdBothShow() {
-        const auto ledger = ledgerOf(
+        auto ledger = ledgerOf(
             {{.merchant = u"A"_s, .id = Text(u"same"_s)}, {.merchant = u"B"_s, .id = Text(u"same"_s)}});
         LedgerTableModel model;
-        model.setLedger(&ledger);
+        show(model, std::move(ledger));
         QCOMPARE(column(model, LedgerColumn::description), (QStringList{u"A"_s, u"B"_s}));
     }
 
-    void cellsAreBlankWhileTheLedgerChanges() {
-        const auto ledger = ledgerOf({{}, {}});
+    void aCellThatIsNotThereAnyMoreIsBlank() {
         LedgerTableModel model;
-        model.setLedger(&ledger);
-        model.detach();
-        QCOMPARE(model.rowCount(), 2);
-        QVERIFY(!cell(model, LedgerColumn::description).isValid());
-        QCOMPARE(model.line(0), nullptr);
-        model.setLedger(nullptr);
+        show(model, ledgerOf({{}, {}}));
+        const auto last = model.index(1, 1);
+        show(model, ledgerOf({{}}));
+        QVERIFY(!model.data(last, Qt::DisplayRole).isValid());
+    }
+
+    void theModelKeepsTheLedgerThatItShows() {
+        LedgerTableModel model;
+        std::weak_ptr<const Timeline> watched;
+        {
+            auto ledger = published(ledgerOf({{.merchant = u"kept"_s}}));
+            watched = ledger;
+            model.setRows(std::make_shared<const LedgerRows>(
+                LedgerRows::of(std::make_shared<const PreparedLedger>(std::move(ledger)), {}, {})));
+        }
+        QVERIFY(!watched.expired());
+        QCOMPARE(cell(model, LedgerColumn::description).toString(), u"kept"_s);
+        model.setRows(std::make_shared<const LedgerRows>());
+        QVERIFY(watched.expired());
         QCOMPARE(model.rowCount(), 0);
     }
 
     void keepsTheRulesOfItemModels() {
-        const auto ledger = ledgerOf({{}, {.merchant = u"B"_s}});
         LedgerTableModel model;
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        model.setLedger(&ledger);
-        model.setSearch(u"b"_s);
-        model.sort(static_cast<int>(LedgerColumn::amount), Qt::AscendingOrder);
-        model.detach();
-        model.setLedger(nullptr);
+        const auto ledger = ledgerOf({{}, {.merchant = u"B"_s}});
+        show(model, ledger);
+        show(model, ledger, u"b"_s, {.column = LedgerColumn::amount, .direction = Qt::AscendingOrder});
+        model.setRows(std::make_shared<const LedgerRows>());
     }
 };
 

@@ -31,10 +31,12 @@ struct Fixture {
         }
     }
 
+    /// Shows a ledger, which a large one is not at once.
     void show(Timeline next) {
-        table.ledgerWillChange();
-        ledger = std::move(next);
-        table.setLedger(&ledger);
+        table.setLedger(published(std::move(next)));
+        if (!waitUntil([this] { return !table.isPreparing(); })) {
+            qFatal("not shown");
+        }
     }
 
     [[nodiscard]] QString text(int row, LedgerColumn column = LedgerColumn::description) const {
@@ -81,7 +83,6 @@ struct Fixture {
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(&table, key, modifiers); }
 
-    Timeline ledger;
     LedgerTable table;
 };
 
@@ -267,23 +268,120 @@ private Q_SLOTS:
         fixture.table.selectAll();
         fixture.show(ledgerOfLength(1));
         QCOMPARE(fixture.selected(), QStringList{u"Merchant 0"_s});
-        fixture.table.ledgerWillChange();
         fixture.table.setLedger(nullptr);
         QCOMPARE(fixture.selected(), QStringList());
     }
 
-    void aLedgerThatGoesAwayUnderTheTableIsNotRead() {
+    void theCurrentRowFollowsItsLineThroughARefreshSoThatDownGoesToTheNext() {
         Fixture fixture;
-        {
-            auto gone = std::make_unique<Timeline>(ledgerOfLength(50));
-            fixture.table.setLedger(gone.get());
-            fixture.table.ledgerWillChange();
-        }
-        fixture.table.grab();
+        fixture.show(ledgerOf({{.merchant = u"A"_s}, {.merchant = u"B"_s}, {.merchant = u"C"_s}}));
+        fixture.press(Qt::Key_Home);
         fixture.press(Qt::Key_Down);
-        fixture.press(Qt::Key_C, Qt::ControlModifier);
+        fixture.show(ledgerOf({{.date = u"2024-06-01"_s, .merchant = u"new"_s},
+                               {.merchant = u"A"_s},
+                               {.merchant = u"B"_s},
+                               {.merchant = u"C"_s}}));
+        fixture.press(Qt::Key_Down);
+        QCOMPARE(fixture.selected(), QStringList{u"C"_s});
+    }
+
+    void whenTheCurrentLineIsGoneTheKeyboardGoesOnFromItsPlace() {
+        Fixture fixture;
+        fixture.show(ledgerOf({{.merchant = u"A"_s}, {.merchant = u"B"_s}, {.merchant = u"C"_s}}));
+        fixture.press(Qt::Key_Home);
+        fixture.press(Qt::Key_Down);
+        fixture.show(ledgerOf({{.merchant = u"A"_s}, {.merchant = u"C"_s}}));
+        QCOMPARE(fixture.table.currentIndex().row(), 1);
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.selected(), QStringList{u"A"_s});
+    }
+
+    void theLineAtTheTopStaysThereWhenNewOnesComeAboveIt() {
+        Fixture fixture;
+        fixture.show(ledgerOfLength(500));
+        fixture.table.verticalScrollBar()->setValue(240);
+        auto next = ledgerOfLength(500);
+        next.transactions.insert(next.transactions.begin(),
+                                 ledgerOf({{.date = u"2100-01-01"_s}}).transactions[0]);
+        fixture.show(next);
+        QCOMPARE(fixture.table.verticalScrollBar()->value(), 241);
+        fixture.table.scrollToTop();
+        next.transactions.insert(next.transactions.begin(),
+                                 ledgerOf({{.date = u"2100-01-02"_s}}).transactions[0]);
+        fixture.show(next);
+        QCOMPARE(fixture.table.verticalScrollBar()->value(), 0); // who looks at the newest sees what is new
+    }
+
+    void theSelectionOutlivesASearchThatShowsItsLine() {
+        Fixture fixture;
+        fixture.show(ledgerOfLength(500));
+        fixture.table.selectRow(250);
+        fixture.table.setSearch(u"merchant 25"_s);
+        QCOMPARE(fixture.selected(), QStringList{u"Merchant 250"_s});
+        fixture.table.setSearch({});
+        QCOMPARE(fixture.selected(), QStringList{u"Merchant 250"_s});
+    }
+
+    void columnsFitWhatAFirstLedgerBringsIntoAnOpenWindow() {
+        Fixture fixture;
+        fixture.table.setLedger(published(ledgerOf({{.amount = 1e12, .balance = 1e12}})));
+        const auto* header = fixture.table.horizontalHeader();
+        const auto needed = fixture.table.fontMetrics().horizontalAdvance(u"+$1,000,000,000,000.00"_s);
+        QVERIFY(header->sectionSize(static_cast<int>(LedgerColumn::amount)) > needed);
+    }
+
+    void aTableKeepsTheLedgerThatItShows() {
+        Fixture fixture;
+        auto ledger = published(ledgerOfLength(50));
+        const std::weak_ptr<const Timeline> watched = ledger;
+        fixture.table.setLedger(std::move(ledger));
+        QVERIFY(!watched.expired());
+        fixture.table.grab();
         fixture.table.setLedger(nullptr);
+        QVERIFY(watched.expired());
         QCOMPARE(fixture.table.model()->rowCount(), 0);
+    }
+
+    void aLargeLedgerIsPreparedSearchedAndSortedWithoutStallingTheLoop() {
+        Fixture fixture;
+        fixture.show(ledgerOfLength(100));
+        fixture.table.grab(); // fonts are loaded
+        const auto large = published(ledgerOfLength(100'000));
+        LoopStallProbe probe;
+        fixture.table.setLedger(large);
+        QVERIFY(fixture.table.isPreparing());
+        QCOMPARE(fixture.table.model()->rowCount(), 100); // usable meanwhile
+        QVERIFY(waitUntil([&] { return fixture.table.ledger() == large && !fixture.table.isPreparing(); }));
+        fixture.table.setSearch(u"merchant 9999"_s);
+        QVERIFY(waitUntil([&] { return fixture.table.model()->rowCount() == 11; }));
+        fixture.clickTitle(LedgerColumn::amount);
+        QVERIFY(waitUntil([&] { return !fixture.table.isPreparing(); }));
+        QCOMPARE(fixture.text(0), u"Merchant 99999"_s);
+        QVERIFY2(probe.longestStall() <= LoopStallProbe::budget,
+                 qPrintable(QString::number(probe.longestStall().count())));
+    }
+
+    void whatWasAskedForLastIsWhatALargeLedgerShows() {
+        Fixture fixture;
+        fixture.table.setLedger(published(ledgerOfLength(20'000)));
+        fixture.table.setSearch(u"nothing"_s);
+        fixture.table.setLedger(published(ledgerOfLength(30'000)));
+        fixture.table.setSearch(u"merchant 29999"_s);
+        fixture.clickTitle(LedgerColumn::amount);
+        fixture.table.setSearch(u"merchant 2999"_s);
+        QVERIFY(waitUntil([&] { return !fixture.table.isPreparing(); }));
+        QCOMPARE(fixture.table.model()->rowCount(), 11);
+        QCOMPARE(fixture.text(0), u"Merchant 29999"_s);
+    }
+
+    void aTableThatGoesLeavesItsPreparationsBehind() {
+        auto fixture = std::make_unique<Fixture>();
+        fixture->table.setLedger(published(ledgerOfLength(100'000)));
+        LoopStallProbe probe;
+        fixture.reset();
+        drainEvents();
+        QVERIFY2(probe.longestStall() <= 2 * LoopStallProbe::budget,
+                 qPrintable(QString::number(probe.longestStall().count())));
     }
 
     void linesOfEveryKindArePaintedWithoutStallingTheLoop() {

@@ -1,50 +1,12 @@
 #pragma once
 
-#include "store/StoreFixture.h"
-#include "support/Wait.h"
-#include "ui/Environment.h"
-#include "ui/ledger/LedgerLines.h"
-
 #include <QAbstractButton>
 #include <QLabel>
-#include <QTest>
 #include <QWidget>
 
-#include <memory>
-#include <optional>
+#include <algorithm>
 
 namespace quillo::test {
-
-/// A store with an API key in its settings and nothing to show, in front of which a test puts a view.
-/// `leaveSessionBus` has been called before.
-struct LedgerSurroundings {
-    LedgerSurroundings() {
-        surroundings.start();
-        surroundings.waitUntilSettled();
-        store().settings.apiKey = QStringLiteral("key");
-        store().lastError = std::nullopt;
-        environment.emplace(store());
-    }
-
-    [[nodiscard]] AppStore& store() { return surroundings.store(); }
-    [[nodiscard]] RoutedServer& backend() { return surroundings.backend; }
-
-    /// A widget made by the environment's rules, on the screen and active.
-    template <typename View>
-    [[nodiscard]] std::unique_ptr<View> shown() {
-        auto view = std::make_unique<View>();
-        view->resize(900, 600);
-        view->show();
-        view->activateWindow();
-        if (!QTest::qWaitForWindowActive(view.get())) {
-            qFatal("no window");
-        }
-        return view;
-    }
-
-    StoreFixture surroundings;
-    std::optional<Environment> environment;
-};
 
 /// What is written in a widget and can be seen, from top to bottom and from left to right.
 [[nodiscard]] inline QStringList visibleTexts(const QWidget& widget) {

@@ -1,0 +1,187 @@
+#include "ui/ledger/PreparedLedger.h"
+
+#include "ui/ledger/SearchText.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <numeric>
+#include <string_view>
+#include <utility>
+
+namespace quillo {
+
+namespace {
+
+/// Ends a description and a name: no byte of UTF-8, so no search runs across it.
+constexpr char separator = '\xff';
+
+std::string_view bytesOf(const Text& text) {
+    const auto utf8 = text.utf8();
+    return {utf8.data(), static_cast<std::size_t>(utf8.size())};
+}
+
+/// Calls `use` with what tells the column's lines apart.
+auto withKey(LedgerColumn column, auto use) {
+    switch (column) {
+    case LedgerColumn::amount:
+        return use(&Transaction::amount);
+    case LedgerColumn::runningBalance:
+        return use(&Transaction::runningBalance);
+    case LedgerColumn::date:
+    case LedgerColumn::description:
+        break;
+    }
+    return use(&Transaction::date);
+}
+
+std::vector<LinePosition> allLines(std::size_t count) {
+    std::vector<LinePosition> lines(count);
+    std::iota(lines.begin(), lines.end(), LinePosition{0});
+    return lines;
+}
+
+std::vector<LinePosition> ascending(const std::vector<Transaction>& lines, LedgerColumn column) {
+    auto sorted = allLines(lines.size());
+    withKey(column, [&](auto key) {
+        std::ranges::stable_sort(
+            sorted, {}, [&lines, key ](LinePosition line) -> const auto& { return lines[line].*key; });
+    });
+    return sorted;
+}
+
+/// Turned round, with lines of equal keys still in their order.
+std::vector<LinePosition> turnedRound(const std::vector<Transaction>& lines,
+                                      const std::vector<LinePosition>& sorted, LedgerColumn column) {
+    std::vector<LinePosition> turned;
+    turned.reserve(sorted.size());
+    withKey(column, [&](auto key) {
+        for (auto end = sorted.end(); end != sorted.begin();) {
+            auto begin = end - 1;
+            while (begin != sorted.begin() && lines[*(begin - 1)].*key == lines[*begin].*key) {
+                --begin;
+            }
+            turned.insert(turned.end(), begin, end);
+            end = begin;
+        }
+    });
+    return turned;
+}
+
+/// Each line's identity and position, in the order of the identities.
+std::vector<std::pair<std::size_t, LinePosition>> byIdentity(const std::vector<Transaction>& lines) {
+    std::vector<std::pair<std::size_t, LinePosition>> known;
+    known.reserve(lines.size());
+    for (const auto& line : lines) {
+        const auto position = static_cast<LinePosition>(known.size());
+        // As `Transaction::id` tells lines apart, without making its text.
+        const auto identity =
+            line.txnId ? qHash(line.txnId)
+                       : qHashMulti(0, line.date, line.merchant ? line.merchant : line.name, line.amount);
+        known.emplace_back(identity, position);
+    }
+    std::ranges::sort(known);
+    return known;
+}
+
+} // namespace
+
+/// What is made of the lines.
+struct PreparedLedger::Index {
+    explicit Index(const std::vector<Transaction>& lines);
+
+    void addText(std::string_view utf8) {
+        appendFolded(haystack, utf8);
+        haystack += separator;
+    }
+
+    /// The searchable text of every line, one after the other, and where each begins.
+    std::string haystack;
+    std::vector<std::size_t> starts;
+    std::array<std::vector<LinePosition>, 4> sorted; ///< ascending, by column; none for the description
+};
+
+PreparedLedger::Index::Index(const std::vector<Transaction>& lines) {
+    starts.reserve(lines.size());
+    for (const auto& line : lines) {
+        starts.push_back(haystack.size());
+        if (line.merchant) {
+            addText(bytesOf(line.merchant));
+        }
+        if (line.name && !(line.name == line.merchant)) {
+            addText(bytesOf(line.name));
+        }
+        if (!line.merchant && !line.name) {
+            addText(line.display().toStdString());
+        }
+    }
+    for (const auto column : {LedgerColumn::date, LedgerColumn::amount, LedgerColumn::runningBalance}) {
+        sorted[static_cast<std::size_t>(column)] = ascending(lines, column);
+    }
+}
+
+PreparedLedger::PreparedLedger(Ledger ledger)
+    : source(std::move(ledger)), index(std::make_shared<const Index>(lines())) {}
+
+PreparedLedger::PreparedLedger(Ledger ledger, const PreparedLedger& same)
+    : source(std::move(ledger)), index(same.index) {}
+
+const std::vector<Transaction>& PreparedLedger::lines() const {
+    static const std::vector<Transaction> none;
+    return source ? source->transactions : none;
+}
+
+std::vector<LinePosition> PreparedLedger::rows(const QString& search, LedgerSortOrder order) const {
+    auto shown = inOrder(order);
+    if (const auto query = searchedFor(search); !query.empty()) {
+        std::erase_if(shown, [holds = holding(query)](LinePosition line) { return !holds[line]; });
+    }
+    return shown;
+}
+
+std::vector<LinePosition> PreparedLedger::inOrder(LedgerSortOrder order) const {
+    const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
+    return order.direction == Qt::AscendingOrder ? sorted : turnedRound(lines(), sorted, order.column);
+}
+
+std::vector<bool> PreparedLedger::holding(const std::string& query) const {
+    std::vector<bool> found(index->starts.size());
+    const auto& starts = index->starts;
+    const char* const begin = index->haystack.data();
+    const char* const end = begin + index->haystack.size();
+    std::size_t line = 0;
+    const char* at = begin;
+    while (const void* hit = memmem(at, static_cast<std::size_t>(end - at), query.data(), query.size())) {
+        const auto offset = static_cast<std::size_t>(static_cast<const char*>(hit) - begin);
+        while (line + 1 < starts.size() && starts[line + 1] <= offset) {
+            ++line;
+        }
+        found[line] = true;
+        if (++line == starts.size()) {
+            break;
+        }
+        at = begin + starts[line];
+    }
+    return found;
+}
+
+std::vector<LinePosition> successors(const std::vector<Transaction>& before,
+                                     const std::vector<Transaction>& after) {
+    std::vector<LinePosition> next(before.size(), noLine);
+    const auto known = byIdentity(before);
+    const auto found = byIdentity(after);
+    auto place = found.begin();
+    for (const auto& [identity, position] : known) {
+        place = std::lower_bound(place, found.end(), std::pair(identity, LinePosition{0}));
+        if (place == found.end()) {
+            break;
+        }
+        if (place->first == identity) {
+            next[position] = place->second;
+            ++place;
+        }
+    }
+    return next;
+}
+
+} // namespace quillo
