@@ -96,9 +96,8 @@ private Q_SLOTS:
             made.push_back(watch(store.isLoading, [&] { log(u"isLoading"_s, int(*store.isLoading)); }));
             made.push_back(
                 watch(store.itemStatuses, [&] { log(u"itemStatuses"_s, (*store.itemStatuses)->size()); }));
-            made.push_back(watch(store.availableSnapshots, [&] {
-                log(u"availableSnapshots"_s, (*store.availableSnapshots)->size());
-            }));
+            made.push_back(watch(store.availableSnapshots,
+                                 [&] { log(u"availableSnapshots"_s, (*store.availableSnapshots)->size()); }));
             made.push_back(watch(store.timeline, [&] { log(u"timeline"_s, (*store.timeline)->totalOwed); }));
             made.push_back(watch(store.lastError, [&] { log(u"lastError"_s, **store.lastError); }));
             return made;
