@@ -23,7 +23,11 @@ struct Outcome {
     QByteArray body = {};
     QString error = {};
 
-    friend bool operator==(const Outcome&, const Outcome&) = default;
+    /// Errors may be seen sooner or later, and as different ones: where a line has not ended, in small
+    /// pieces.
+    [[nodiscard]] bool isSameResponse(const Outcome& other) const {
+        return status == other.status && body == other.body;
+    }
 };
 
 Outcome outcomeOf(const QByteArray& bytes, BodyUse use, qsizetype pieceSize, bool closes) {
@@ -63,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QByteArray bytes(reinterpret_cast<const char*>(data + choices),
                            static_cast<qsizetype>(size - choices));
     const Outcome whole = outcomeOf(bytes, use, std::max<qsizetype>(bytes.size(), 1), closes);
-    require(outcomeOf(bytes, use, pieceSize, closes) == whole);
-    require(outcomeOf(bytes, use, 1, closes) == whole);
+    require(outcomeOf(bytes, use, pieceSize, closes).isSameResponse(whole));
+    require(outcomeOf(bytes, use, 1, closes).isSameResponse(whole));
     return 0;
 }
