@@ -122,8 +122,9 @@ public:
         }
     }
 
-    /// Waits for its turn and connects. With https the server has proved who it is, as far as `trust` asks.
-    [[nodiscard]] Task<> open(QSslConfiguration trust) {
+    /// Waits for its turn and connects. With https the server has proved who it is, as far as that is
+    /// checked.
+    [[nodiscard]] Task<> open(CertificateCheck check, QList<QSslCertificate> authorities) {
         const auto& line = lines->at(origin);
         while (std::ranges::find(line, this) - line.begin() >= connectionsToAnOrigin) {
             co_await somethingNew();
@@ -133,12 +134,12 @@ public:
             co_await somethingNew();
         }
         co_await connectTo(route.takeResult());
-        if (url.scheme() == "https"_L1) {
-            socket->setSslConfiguration(trust);
-            socket->setPeerVerifyName(url.host());
-            socket->startClientEncryption();
+        if (tls != nullptr) {
+            tls->setSslConfiguration(trustOf(check, authorities));
+            tls->setPeerVerifyName(url.host());
+            tls->startClientEncryption();
         }
-        while (url.scheme() == "https"_L1 && !socket->isEncrypted()) {
+        while (tls != nullptr && !tls->isEncrypted()) {
             if (socket->state() == State::UnconnectedState) {
                 throw TransportError(failure());
             }
@@ -217,16 +218,20 @@ private:
     }
 
     void makeSocket() {
-        socket = std::make_unique<QSslSocket>();
+        // A QSslSocket would bring the TLS library in, which takes most of a megabyte, for http too.
+        const bool isSecure = url.scheme() == "https"_L1;
+        socket.reset(isSecure ? tls = new QSslSocket() : new QTcpSocket());
         socket->setReadBufferSize(readAhead);
         const auto progress = [this] {
             allow(idleTimeout);
             wake();
         };
-        QObject::connect(socket.get(), &QSslSocket::stateChanged, socket.get(), progress);
-        QObject::connect(socket.get(), &QSslSocket::encrypted, socket.get(), progress);
-        QObject::connect(socket.get(), &QSslSocket::readyRead, socket.get(), progress);
-        QObject::connect(socket.get(), &QSslSocket::bytesWritten, socket.get(), progress);
+        QObject::connect(socket.get(), &QTcpSocket::stateChanged, socket.get(), progress);
+        QObject::connect(socket.get(), &QTcpSocket::readyRead, socket.get(), progress);
+        QObject::connect(socket.get(), &QTcpSocket::bytesWritten, socket.get(), progress);
+        if (tls != nullptr) {
+            QObject::connect(tls, &QSslSocket::encrypted, tls, progress);
+        }
     }
 
     /// Waits until the socket, the time, the line or the look-up comes on.
@@ -261,7 +266,8 @@ private:
         } else if (!proxy.hostName().isEmpty() && error == QAbstractSocket::SocketAccessError) {
             error = QAbstractSocket::ProxyProtocolError; // how Qt says that there will be no tunnel
         }
-        return transportError(error, socket->errorString(), socket->sslHandshakeErrors(), serverName(url));
+        const auto faults = tls != nullptr ? tls->sslHandshakeErrors() : QList<QSslError>();
+        return transportError(error, socket->errorString(), faults, serverName(url));
     }
 
     std::shared_ptr<Lines> lines;
@@ -273,7 +279,8 @@ private:
     QTimer patience;                     // runs out when nothing happens
     std::optional<OneShotEvent> awaited; // outlives the socket, which may speak while it goes
     QNetworkProxy proxy;
-    std::unique_ptr<QSslSocket> socket;
+    std::unique_ptr<QTcpSocket> socket;
+    QSslSocket* tls = nullptr; // the socket, with https
 };
 
 namespace {
@@ -320,8 +327,8 @@ Task<HTTPResponse> HTTPSession::send(HTTPRequest request) {
     }
     ResponseReader reader(serverName(request.url), request.bodyUse, options.bodyLimit);
     Connection connection(lines, request, options.totalTimeout);
-    auto trust = trustOf(request.certificateCheck, options.additionalAuthorities);
-    co_await connection.open(std::move(trust)); // the session may have gone after this
+    // The session may have gone after this.
+    co_await connection.open(request.certificateCheck, options.additionalAuthorities);
     connection.write(message(request, connection.forwarder()));
     while (!reader.isComplete()) {
         const QByteArray bytes = co_await connection.read();
