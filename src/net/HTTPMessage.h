@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/network/Connection.h"
+
 #include <QByteArray>
 #include <QUrl>
 
@@ -9,14 +11,6 @@
 namespace quillo {
 
 enum class HTTPMethod { get, post };
-
-/// Whether the server has to prove who it is.
-enum class CertificateCheck {
-    /// The certificate must be valid, for this host, and signed by an authority that the system trusts.
-    required,
-    /// Any certificate for any host will do, for this one request.
-    none,
-};
 
 /// Of which responses the body is read. Of the others the connection is closed after the head.
 enum class BodyUse {

@@ -2,15 +2,13 @@
 
 #include "core/Task.h"
 #include "net/HTTPMessage.h"
-#include "net/TransportError.h"
+#include "platform/network/Connection.h"
 
 #include <QList>
 #include <QSslCertificate>
 
 #include <chrono>
-#include <map>
 #include <memory>
-#include <vector>
 
 namespace quillo {
 
@@ -48,12 +46,8 @@ public:
     [[nodiscard]] Task<HTTPResponse> send(HTTPRequest request);
 
 private:
-    class Connection;
-    /// For each origin its connections in the order of the requests; the first six are or may be open.
-    using Lines = std::map<QString, std::vector<Connection*>>;
-
     Options options;
-    std::shared_ptr<Lines> lines = std::make_shared<Lines>();
+    std::shared_ptr<Connection::Lines> lines = std::make_shared<Connection::Lines>();
 };
 
 } // namespace quillo

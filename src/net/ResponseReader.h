@@ -2,7 +2,7 @@
 
 #include "net/GzipDecoder.h"
 #include "net/HTTPMessage.h"
-#include "net/TransportError.h"
+#include "platform/network/TransportError.h"
 
 #include <QString>
 

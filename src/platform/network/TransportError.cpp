@@ -1,4 +1,4 @@
-#include "net/TransportError.h"
+#include "platform/network/TransportError.h"
 
 #include <QUrl>
 

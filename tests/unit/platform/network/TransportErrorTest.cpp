@@ -1,4 +1,4 @@
-#include "net/TransportError.h"
+#include "platform/network/TransportError.h"
 
 #include "net/Sending.h"
 #include "support/ScriptedServer.h"
