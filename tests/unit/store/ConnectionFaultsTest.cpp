@@ -129,63 +129,76 @@ private:
     /// Runs the operation against the fault until the user sees its text.
     void suffer(StoreFixture& fixture, Operation operation, const Fault& fault) {
         auto& store = fixture.store();
-        const bool atIdentity = operation == Operation::renewal || operation == Operation::exchange;
-        QString server = (atIdentity ? fixture.identity : fixture.backend).origin().sliced(7);
-        if (!fault.answer && atIdentity) {
-            fixture.identity.goDown();
-        } else if (!fault.answer) {
-            QTcpServer closed;
-            QVERIFY(closed.listen(QHostAddress::LocalHost));
-            server = u"127.0.0.1:%1"_s.arg(closed.serverPort());
-            store.settings.backend = u"http://"_s + server;
-        }
-        const auto answerWith = [&](RoutedServer& answering, const QByteArray& target) {
-            if (fault.answer) {
-                answering.answer(target, *fault.answer);
-            }
-        };
-        const QString text = QString(fault.text).replace(u"%1"_s, server);
+        const QString text = QString(fault.text).replace(u"%1"_s, breakDown(fixture, operation, fault));
         switch (operation) {
         case Operation::refresh:
-            answerWith(fixture.backend, target::timeline);
             await(store.refresh());
             QCOMPARE(*store.lastError, std::optional(text));
             break;
         case Operation::snapshot:
-            answerWith(fixture.backend, "/api/snapshot/2024-04-30");
             await(store.loadSnapshot(u"2024-04-30"_s));
             QCOMPARE(*store.lastError, std::optional(u"Snapshot fetch: "_s + text));
             break;
-        case Operation::bankPull: {
-            answerWith(fixture.backend, target::refresh);
-            auto pull = store.refreshFromBank();
-            QVERIFY(waitUntil(
-                [&] { return store.lastError->has_value() || fixture.backend.count(target::refresh) == 1; }));
-            QVERIFY(waitUntil([&] { return pull.isFinished() || fixture.backend.openConnections() == 0; }));
-            drainEvents();
-            QCOMPARE(*store.lastError,
-                     fault.isInBody ? std::nullopt : std::optional(u"Bank refresh failed: "_s + text));
+        case Operation::bankPull:
+            sufferPull(fixture,
+                       fault.isInBody ? std::nullopt : std::optional(u"Bank refresh failed: "_s + text));
             break;
-        }
         case Operation::renewal:
-            answerWith(fixture.identity, tokenTarget);
             await(store.refresh());
             QCOMPARE(*store.lastError, std::optional(u"Sign in to Quillo (menu → Sign In…)"_s));
             QVERIFY(store.auth.state->isSignedOut());
             break;
-        case Operation::exchange: {
-            answerWith(fixture.identity, tokenTarget);
-            const TurnAtFixedPorts turn;
-            store.auth.signIn();
-            QVERIFY(waitUntil([&] { return !fixture.opened.isEmpty(); }));
-            ScriptedBrowser browser;
-            browser.comeBack(fixture.opened.last());
-            QVERIFY(waitUntil([&] { return store.auth.lastAuthError->has_value(); }));
-            QCOMPARE(*store.auth.lastAuthError, std::optional(text));
-            QVERIFY(waitUntil([&] { return browser.isDone() && store.auth.state->isSignedOut(); }));
+        case Operation::exchange:
+            sufferExchange(fixture, text);
             break;
         }
+    }
+
+    /// Has the server of the operation fail so; its name.
+    static QString breakDown(StoreFixture& fixture, Operation operation, const Fault& fault) {
+        const bool atIdentity = operation == Operation::renewal || operation == Operation::exchange;
+        RoutedServer& server = atIdentity ? fixture.identity : fixture.backend;
+        const QMap<Operation, QByteArray> targets{{Operation::refresh, target::timeline},
+                                                  {Operation::snapshot, "/api/snapshot/2024-04-30"},
+                                                  {Operation::bankPull, target::refresh},
+                                                  {Operation::renewal, tokenTarget},
+                                                  {Operation::exchange, tokenTarget}};
+        if (fault.answer) {
+            server.answer(targets[operation], *fault.answer);
+        } else if (atIdentity) {
+            server.goDown();
+        } else {
+            QTcpServer closed; // its port is nobody's in a moment
+            if (!closed.listen(QHostAddress::LocalHost)) {
+                qFatal("no port on loopback");
+            }
+            const QString name = u"127.0.0.1:%1"_s.arg(closed.serverPort());
+            fixture.store().settings.backend = u"http://"_s + name;
+            return name;
         }
+        return server.origin().sliced(7);
+    }
+
+    static void sufferPull(StoreFixture& fixture, const std::optional<QString>& text) {
+        auto& store = fixture.store();
+        const auto pull = store.refreshFromBank();
+        QVERIFY(waitUntil(
+            [&] { return store.lastError->has_value() || fixture.backend.count(target::refresh) == 1; }));
+        QVERIFY(waitUntil([&] { return pull.isFinished() || fixture.backend.openConnections() == 0; }));
+        drainEvents();
+        QCOMPARE(*store.lastError, text);
+    }
+
+    static void sufferExchange(StoreFixture& fixture, const QString& text) {
+        auto& auth = fixture.store().auth;
+        const TurnAtFixedPorts turn;
+        auth.signIn();
+        QVERIFY(waitUntil([&] { return !fixture.opened.isEmpty(); }));
+        ScriptedBrowser browser;
+        browser.comeBack(fixture.opened.last());
+        QVERIFY(waitUntil([&] { return auth.lastAuthError->has_value(); }));
+        QCOMPARE(*auth.lastAuthError, std::optional(text));
+        QVERIFY(waitUntil([&] { return browser.isDone() && auth.state->isSignedOut(); }));
     }
 
     /// With the server well again, the next trigger brings everything back.
