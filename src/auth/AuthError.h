@@ -4,32 +4,29 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 /// Why signing in, or keeping signed in, failed.
 class AuthError final : public LocalizedError {
 public:
-    enum class Kind {
-        notSignedIn,
-        sessionExpired,
-        stateMismatch,
-        badCallback,
-        portUnavailable,
-        tokenEndpoint
-    };
-
-    [[nodiscard]] static AuthError notSignedIn();
-    [[nodiscard]] static AuthError sessionExpired();
-    [[nodiscard]] static AuthError stateMismatch();
-    [[nodiscard]] static AuthError badCallback();
-    [[nodiscard]] static AuthError portUnavailable();
+    [[nodiscard]] static AuthError notSignedIn() { return AuthError(u"Not signed in"_s); }
+    [[nodiscard]] static AuthError sessionExpired() {
+        return AuthError(u"Session expired — sign in again"_s);
+    }
+    [[nodiscard]] static AuthError stateMismatch() {
+        return AuthError(u"Sign-in rejected (state mismatch)"_s);
+    }
+    [[nodiscard]] static AuthError badCallback() { return AuthError(u"Sign-in callback was malformed"_s); }
+    [[nodiscard]] static AuthError portUnavailable() {
+        return AuthError(u"Ports 53682/53683 are in use — close the conflicting app and retry"_s);
+    }
     /// `message` is what the token endpoint answered.
-    [[nodiscard]] static AuthError tokenEndpoint(const QString& message);
-
-    [[nodiscard]] Kind kind() const noexcept { return cause; }
+    [[nodiscard]] static AuthError tokenEndpoint(const QString& message) {
+        return AuthError(u"Token exchange failed: "_s + message);
+    }
 
 private:
-    AuthError(Kind why, const QString& text) : LocalizedError(text), cause(why) {}
-
-    Kind cause;
+    using LocalizedError::LocalizedError;
 };
 
 } // namespace quillo

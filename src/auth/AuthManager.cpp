@@ -1,7 +1,6 @@
 #include "auth/AuthManager.h"
 
 #include "auth/AuthError.h"
-#include "auth/LoopbackListener.h"
 #include "auth/SessionConstants.h"
 #include "auth/TokenResponse.h"
 #include "core/UserCharacters.h"
@@ -13,14 +12,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
+using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace quillo {
 
 namespace {
 
-constexpr auto tokenPath = QLatin1StringView("/realms/quillo/protocol/openid-connect/token");
+constexpr auto tokenPath = "/realms/quillo/protocol/openid-connect/token"_L1;
 
 /// A token that ends this soon may end on its way to the backend.
 constexpr auto expiryMargin = 30s;
@@ -49,7 +50,12 @@ AuthManager::AuthManager(Clock& time, SecretStore& secretStore, HTTPSession& htt
       session(httpSession),
       workspace(desktop),
       identityOrigin(std::move(origin)),
-      exchangeTimeout(idleTimeout) {}
+      exchangeTimeout(idleTimeout),
+      storeAvailable(secrets.becameAvailable.observe([this] {
+          for (const auto& [account, value] : std::map(unstored)) {
+              keep(account, value);
+          }
+      })) {}
 
 AuthManager::~AuthManager() = default;
 
@@ -59,8 +65,8 @@ Task<> AuthManager::restore() {
         co_return;
     }
     const auto number = sessionNumber;
-    const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
-    const auto email = co_await secrets.get(session::emailAccount);
+    const auto refreshToken = co_await read(session::refreshTokenAccount);
+    const auto email = co_await read(session::emailAccount);
     // Unless the user has signed in or out meanwhile.
     if (refreshToken.value() && number == sessionNumber && state->isSignedOut()) {
         state = AuthState::signedIn(email.value().value_or(session::unnamedUser));
@@ -72,12 +78,12 @@ Task<QString> AuthManager::validAccessToken() {
         co_return *accessToken;
     }
     const auto number = sessionNumber;
-    const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
+    const auto refreshToken = co_await read(session::refreshTokenAccount);
     if (!refreshToken.value() || number != sessionNumber) {
         throw AuthError::notSignedIn();
     }
     bool renewed = true;
-    Form form{{"grant_type", QStringLiteral("refresh_token")},
+    Form form{{"grant_type", u"refresh_token"_s},
               {"refresh_token", *refreshToken.value()},
               {"client_id", session::clientId}};
     try {
@@ -119,7 +125,7 @@ Task<> AuthManager::exchange(Form form) {
     accessToken = tokens.accessToken;
     accessTokenExpiry = clock.now() + lifetime(tokens.expiresIn);
     if (tokens.refreshToken) {
-        secrets.enqueueSet(session::refreshTokenAccount, *tokens.refreshToken);
+        keep(session::refreshTokenAccount, *tokens.refreshToken);
     }
 }
 
@@ -127,16 +133,36 @@ void AuthManager::signOut() {
     ++sessionNumber;
     hasSignedOut = true;
     flow.cancelAll();
-    listener.reset();
+    listener.close();
     forgetSecrets();
     accessToken.reset();
     accessTokenExpiry = Clock::distantPast;
     state = AuthState::signedOut();
 }
 
+Task<SecretReading> AuthManager::read(QString account) {
+    const auto reading = co_await secrets.get(account);
+    const auto newer = unstored.find(account);
+    co_return newer == unstored.end() ? reading : SecretReading::found(newer->second);
+}
+
+void AuthManager::keep(const QString& account, const QString& value) {
+    unstored[account] = value;
+    storing.spawn(store(account, value));
+}
+
+Task<> AuthManager::store(QString account, QString value) {
+    const bool stored = co_await secrets.set(account, value);
+    const auto kept = unstored.find(account);
+    if (stored && kept != unstored.end() && kept->second == value) {
+        unstored.erase(kept);
+    }
+}
+
 void AuthManager::forgetSecrets() {
-    secrets.enqueueDelete(session::refreshTokenAccount);
-    secrets.enqueueDelete(session::emailAccount);
+    unstored.clear();
+    std::ignore = secrets.delete_(session::refreshTokenAccount);
+    std::ignore = secrets.delete_(session::emailAccount);
 }
 
 } // namespace quillo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "auth/AuthState.h"
+#include "auth/LoopbackListener.h"
 #include "core/Clock.h"
 #include "core/Published.h"
 #include "core/Task.h"
@@ -9,7 +10,7 @@
 #include <QString>
 
 #include <chrono>
-#include <memory>
+#include <map>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -17,7 +18,7 @@
 namespace quillo {
 
 class HTTPSession;
-class LoopbackListener;
+class SecretReading;
 class SecretStore;
 class Workspace;
 
@@ -75,6 +76,13 @@ private:
     /// read.
     [[nodiscard]] Task<> signInFlow(AuthState former);
     [[nodiscard]] Task<> runAuthorizationFlow();
+
+    /// What the secret store holds for the account, or what it has yet to take.
+    [[nodiscard]] Task<SecretReading> read(QString account);
+
+    /// Stores the value now, or when a secret store that does not take it has become available.
+    void keep(const QString& account, const QString& value);
+    [[nodiscard]] Task<> store(QString account, QString value);
     void forgetSecrets();
 
     Clock& clock;
@@ -88,7 +96,12 @@ private:
     /// Counts sessions, so that what a request brings after the sign-out is not taken for the next session's.
     int sessionNumber = 0;
     bool hasSignedOut = false; ///< and not in again since
-    std::unique_ptr<LoopbackListener> listener;
+    /// By account, what the secret store has not taken. A refresh token may be used once (RFC 6749, section
+    /// 6), so the one before it is worth nothing any more.
+    std::map<QString, QString> unstored;
+    Observation storeAvailable;
+    LoopbackListener listener;
+    TaskScope storing;
     TaskScope flow; // last, so that the sign-in ends before what it uses
 };
 

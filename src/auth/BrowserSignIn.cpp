@@ -1,24 +1,26 @@
 #include "auth/AuthError.h"
 #include "auth/AuthManager.h"
-#include "auth/EmailClaim.h"
-#include "auth/LoopbackListener.h"
 #include "auth/ProofKey.h"
 #include "auth/SessionConstants.h"
+#include "auth/TokenResponse.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
 
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <algorithm>
 #include <array>
+
+using namespace Qt::Literals::StringLiterals;
 
 /// Signing in through the browser: further members of AuthManager.
 namespace quillo {
 
 namespace {
 
-constexpr auto authorizationPath = QLatin1StringView("/realms/quillo/protocol/openid-connect/auth");
-constexpr auto scope = QLatin1StringView("openid profile email offline_access");
+constexpr auto authorizationPath = "/realms/quillo/protocol/openid-connect/auth"_L1;
+constexpr auto scope = "openid profile email offline_access"_L1;
 
 /// The redirect URIs registered with the identity provider name these ports; tried in this order.
 constexpr std::array<quint16, 2> callbackPorts{53682, 53683};
@@ -27,13 +29,13 @@ QUrl authorizationUrl(const QString& identityOrigin, const QString& redirectUri,
                       const QString& state) {
     QUrlQuery query;
     for (const auto& [name, value] : std::initializer_list<std::pair<QString, QString>>{
-             {QStringLiteral("response_type"), QStringLiteral("code")},
-             {QStringLiteral("client_id"), session::clientId},
-             {QStringLiteral("redirect_uri"), redirectUri},
-             {QStringLiteral("scope"), scope},
-             {QStringLiteral("code_challenge"), challenge},
-             {QStringLiteral("code_challenge_method"), QStringLiteral("S256")},
-             {QStringLiteral("state"), state},
+             {u"response_type"_s, u"code"_s},
+             {u"client_id"_s, session::clientId},
+             {u"redirect_uri"_s, redirectUri},
+             {u"scope"_s, scope},
+             {u"code_challenge"_s, challenge},
+             {u"code_challenge_method"_s, u"S256"_s},
+             {u"state"_s, state},
          }) {
         query.addQueryItem(name, value);
     }
@@ -66,8 +68,8 @@ Task<> AuthManager::signInFlow(AuthState former) {
         }
         lastAuthError = errorDescription(error);
     }
-    const auto refreshToken = co_await secrets.get(session::refreshTokenAccount);
-    const auto email = co_await secrets.get(session::emailAccount);
+    const auto refreshToken = co_await read(session::refreshTokenAccount);
+    const auto email = co_await read(session::emailAccount);
     if (number != sessionNumber) {
         co_return;
     }
@@ -83,29 +85,21 @@ Task<> AuthManager::runAuthorizationFlow() {
     const auto number = sessionNumber;
     const auto proofKey = ProofKey::generate();
     const auto expectedState = randomText(24);
-    std::unique_ptr<LoopbackListener> opened;
-    quint16 port = 0;
-    for (const auto candidate : callbackPorts) {
-        opened = LoopbackListener::open(candidate);
-        if (opened) {
-            port = candidate;
-            break;
-        }
-    }
-    if (!opened) {
+    const auto* const port =
+        std::ranges::find_if(callbackPorts, [this](quint16 each) { return listener.listen(each); });
+    if (port == callbackPorts.end()) {
         throw AuthError::portUnavailable();
     }
-    listener = std::move(opened);
-    const auto redirectUri = QStringLiteral("http://127.0.0.1:%1/callback").arg(port);
+    const auto redirectUri = u"http://127.0.0.1:%1/callback"_s.arg(*port);
     workspace.open(authorizationUrl(identityOrigin, redirectUri, proofKey.challenge, expectedState));
-    const auto callback = co_await listener->waitForCallback();
+    const auto callback = co_await listener.waitForCallback();
     if (number != sessionNumber) {
         co_return;
     }
     if (callback.state != expectedState) {
         throw AuthError::stateMismatch();
     }
-    Form form{{"grant_type", QStringLiteral("authorization_code")},
+    Form form{{"grant_type", u"authorization_code"_s},
               {"code", callback.code},
               {"redirect_uri", redirectUri},
               {"client_id", session::clientId},
@@ -115,7 +109,7 @@ Task<> AuthManager::runAuthorizationFlow() {
         co_return;
     }
     const auto email = emailClaim(*accessToken).value_or(session::unnamedUser);
-    secrets.enqueueSet(session::emailAccount, email);
+    keep(session::emailAccount, email);
     state = AuthState::signedIn(email);
 }
 

@@ -2,16 +2,16 @@
 
 #include "auth/AuthError.h"
 #include "auth/OnceFlag.h"
-#include "core/Awaiters.h"
+#include "core/Promise.h"
 
-#include <QPointer>
-#include <QPromise>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QThread>
+#include <QSocketNotifier>
 #include <QTimer>
 
-#include <deque>
+#include <cerrno>
+#include <utility>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -24,173 +24,173 @@ constexpr qsizetype longestRequest = 16'384;
 /// How long a request may take after its first byte.
 constexpr auto requestTime = 2s;
 
-/// How long connections that were accepted before the decision may stay silent after it.
+/// How long connections that were accepted before the decision may stay silent after it, and a browser may
+/// take to close one that has been answered.
 constexpr auto lingerTime = 10s;
+
+/// How much more of a request than counts is read, so that closing does not reset the connection and lose the
+/// page on its way.
+constexpr qsizetype mostDropped = 4 << 20;
 
 /// Beyond so many silent connections the oldest is closed, so that a flood cannot use up the process's
 /// descriptors.
 constexpr std::size_t mostSilentConnections = 512;
 
-using Result = std::variant<LoopbackCallback, AuthError, LocalizedError>;
+using Result = std::variant<LoopbackCallback, std::exception_ptr>;
 
 } // namespace
 
-/// Lives on the listener's thread.
-class LoopbackListener::Server final : public QObject {
+/// What the connections accepted during one sign-in share.
+struct LoopbackListener::Wait {
+    OnceFlag decided;
+    Promise<Result> redirect;
+    Task<Result> outcome = redirect.task();
+};
+
+/// Uses the descriptor itself, because Qt's sockets close altogether when the other side has sent its last,
+/// and then no page reaches a client that closes its sending half after the request.
+class LoopbackListener::Connection final : public QObject {
 public:
-    explicit Server(QPromise<Result> outcome) : promise(std::move(outcome)) {
-        promise.start();
-        connect(&server, &QTcpServer::newConnection, this, [this] { acceptAll(); });
-        connect(&server, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError) {
-            LocalizedError problem(server.errorString());
-            server.close(); // what cannot be accepted now is not waited for
-            resolve(std::move(problem));
-        });
+    Connection(qintptr accepted, std::shared_ptr<Wait> acceptedDuring, LoopbackListener& acceptedBy,
+               QObject* parent)
+        : QObject(parent),
+          descriptor(static_cast<int>(accepted)),
+          wait(std::move(acceptedDuring)),
+          listener(acceptedBy),
+          notifier(accepted, QSocketNotifier::Read) {
+        connect(&notifier, &QSocketNotifier::activated, this, [this] { receive(); });
+        patience.setSingleShot(true);
+        connect(&patience, &QTimer::timeout, this, [this] { end(); });
+    }
+    ~Connection() override {
+        notifier.setEnabled(false);
+        ::close(descriptor);
     }
 
-    [[nodiscard]] bool listen(quint16 port) { return server.listen(QHostAddress::LocalHost, port); }
+    void linger() { patience.start(lingerTime); }
+
+    void finish() {
+        std::erase(listener.silent, this);
+        notifier.setEnabled(false);
+        patience.stop();
+        deleteLater();
+    }
 
 private:
-    void acceptAll() {
-        while (auto* connection = server.nextPendingConnection()) {
-            connection->setReadBufferSize(longestRequest);
-            connect(connection, &QTcpSocket::readyRead, this, [this, connection] { received(connection); });
-            connect(connection, &QTcpSocket::disconnected, connection, &QObject::deleteLater);
-            connect(connection, &QTcpSocket::readChannelFinished, this,
-                    [this, connection] { ended(connection); });
-            silent.emplace_back(connection);
-            std::erase_if(silent, [](const auto& known) { return known.isNull(); });
-            if (silent.size() > mostSilentConnections) {
-                silent.front()->abort();
-                silent.pop_front();
+    void receive() {
+        QByteArray piece(longestRequest, Qt::Uninitialized);
+        const auto count =
+            ::recv(descriptor, piece.data(), static_cast<std::size_t>(piece.size()), MSG_DONTWAIT);
+        if (count > 0) {
+            piece.truncate(count);
+            take(piece);
+        } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+            end();
+        }
+    }
+
+    void take(const QByteArray& piece) {
+        if (isAnswered) {
+            dropped += piece.size();
+            if (dropped > mostDropped) {
+                finish();
             }
-        }
-    }
-
-    void received(QTcpSocket* connection) {
-        const auto head = connection->peek(longestRequest);
-        if (head.contains("\r\n") || head.size() >= longestRequest) {
-            answer(connection);
-        } else if (std::erase(silent, connection) > 0) {
-            auto* patience = new QTimer(connection);
-            patience->setObjectName(QStringLiteral("patience"));
-            connect(patience, &QTimer::timeout, this, [this, connection] { answer(connection); });
-            patience->start(requestTime);
-        }
-    }
-
-    void ended(QTcpSocket* connection) {
-        if (connection->bytesAvailable() > 0) {
-            answer(connection);
-        } else {
-            connection->abort();
-        }
-    }
-
-    void answer(QTcpSocket* connection) {
-        std::erase(silent, connection);
-        connection->disconnect(this);
-        if (auto* patience = connection->findChild<QTimer*>(QStringLiteral("patience"))) {
-            patience->stop();
-        }
-        const auto head = connection->read(longestRequest);
-        const auto callback = parseCallback(head.isValidUtf8() ? QString::fromUtf8(head) : QString());
-        // What else arrives is read and dropped: closing with unread bytes would reset the connection and
-        // lose the page on its way.
-        connect(connection, &QTcpSocket::readyRead, connection, [connection] { connection->readAll(); });
-        connection->readAll();
-        connect(connection, &QTcpSocket::bytesWritten, this, [this, connection, callback] {
-            if (connection->bytesToWrite() == 0) {
-                connection->disconnectFromHost();
-                resolve(callback ? Result(*callback) : Result(AuthError::badCallback()));
-            }
-        });
-        connect(connection, &QTcpSocket::disconnected, this, [this, callback] {
-            // Also when the browser did not stay for the page.
-            resolve(callback ? Result(*callback) : Result(AuthError::badCallback()));
-        });
-        connection->write(callbackResponse(callback.has_value()));
-        connection->flush();
-    }
-
-    void resolve(Result result) {
-        if (!decided.fire()) {
             return;
         }
-        promise.addResult(std::move(result));
-        promise.finish();
-        while (server.waitForNewConnection(0)) {
-            acceptAll(); // the system has accepted these before the decision
+        if (request.isEmpty()) {
+            std::erase(listener.silent, this);
+            patience.start(requestTime);
         }
-        server.close();
-        QTimer::singleShot(lingerTime, this, [this] {
-            for (const auto& connection : silent) {
-                if (connection) {
-                    connection->abort();
-                }
-            }
-            thread()->quit(); // There is nothing left to do, and a thread costs memory.
-        });
+        request += piece;
+        if (request.contains("\r\n") || request.size() >= longestRequest) {
+            answer();
+        }
     }
 
-    QTcpServer server{this};
-    QPromise<Result> promise;
-    OnceFlag decided;
-    std::deque<QPointer<QTcpSocket>> silent;
+    /// Nothing more comes, or is waited for.
+    void end() {
+        if (isAnswered || request.isEmpty()) {
+            finish();
+        } else {
+            answer();
+        }
+    }
+
+    void answer() {
+        isAnswered = true;
+        request.truncate(longestRequest);
+        const auto callback = parseCallback(request.isValidUtf8() ? QString::fromUtf8(request) : QString());
+        const auto page = callbackResponse(callback.has_value());
+        // There is always room for the first few hundred bytes; whether the browser stays for them is its
+        // affair.
+        static_cast<void>(::send(descriptor, page.constData(), static_cast<std::size_t>(page.size()),
+                                 MSG_NOSIGNAL | MSG_DONTWAIT));
+        ::shutdown(descriptor, SHUT_WR);
+        linger();
+        listener.decide(*wait, callback ? Result(*callback)
+                                        : Result(std::make_exception_ptr(AuthError::badCallback())));
+    }
+
+    int descriptor;
+    std::shared_ptr<Wait> wait;
+    LoopbackListener& listener;
+    QSocketNotifier notifier;
+    QTimer patience;
+    QByteArray request;
+    qsizetype dropped = 0;
+    bool isAnswered = false;
 };
 
-class LoopbackListener::Thread final {
-public:
-    Thread() { thread.setObjectName(QStringLiteral("sign-in")); }
-    Thread(const Thread&) = delete;
-    Thread& operator=(const Thread&) = delete;
-    ~Thread() {
-        thread.quit();
-        thread.wait();
-    }
-
-    [[nodiscard]] bool listen(quint16 port) {
-        QPromise<Result> promise;
-        outcome = promise.future();
-        auto* server = new Server(std::move(promise));
-        if (!server->listen(port)) {
-            delete server;
-            return false;
-        }
-        server->moveToThread(&thread);
-        QObject::connect(&thread, &QThread::finished, server, &QObject::deleteLater);
-        thread.start();
-        return true;
-    }
-
-    QFuture<Result> outcome;
-
-private:
-    QThread thread;
-};
-
-LoopbackListener::LoopbackListener(std::unique_ptr<Thread> running) : thread(std::move(running)) {}
+LoopbackListener::LoopbackListener() {
+    connect(this, &QTcpServer::acceptError, this, [this] {
+        const LocalizedError problem(errorString());
+        QTcpServer::close(); // what cannot be accepted now is not waited for
+        decide(*present, std::make_exception_ptr(problem));
+    });
+}
 
 LoopbackListener::~LoopbackListener() = default;
 
-std::unique_ptr<LoopbackListener> LoopbackListener::open(quint16 port) {
-    auto thread = std::make_unique<Thread>();
-    if (!thread->listen(port)) {
-        return nullptr;
-    }
-    return std::unique_ptr<LoopbackListener>(new LoopbackListener(std::move(thread)));
+bool LoopbackListener::listen(quint16 port) {
+    QTcpServer::close();
+    present = std::make_shared<Wait>();
+    return QTcpServer::listen(QHostAddress::LocalHost, port);
 }
 
 Task<LoopbackCallback> LoopbackListener::waitForCallback() {
-    UntilFinished<Result> decision(thread->outcome);
-    const auto result = co_await decision;
-    if (const auto* refused = std::get_if<AuthError>(&result)) {
-        throw *refused;
-    }
-    if (const auto* failed = std::get_if<LocalizedError>(&result)) {
-        throw *failed;
+    auto outcome = std::move(present->outcome);
+    const auto result = co_await outcome;
+    if (const auto* problem = std::get_if<std::exception_ptr>(&result)) {
+        std::rethrow_exception(*problem);
     }
     co_return std::get<LoopbackCallback>(result);
+}
+
+void LoopbackListener::close() {
+    QTcpServer::close();
+    silent.clear();
+    connections = std::make_unique<QObject>();
+}
+
+void LoopbackListener::incomingConnection(qintptr descriptor) {
+    silent.push_back(new Connection(descriptor, present, *this, connections.get()));
+    if (silent.size() > mostSilentConnections) {
+        silent.front()->finish();
+    }
+}
+
+void LoopbackListener::decide(Wait& wait, const Result& result) {
+    if (!wait.decided.fire()) {
+        return;
+    }
+    wait.redirect.fulfil(result);
+    while (waitForNewConnection(0)) {
+        // The system has accepted these before the decision.
+    }
+    QTcpServer::close();
+    for (auto* connection : silent) {
+        connection->linger();
+    }
 }
 
 } // namespace quillo

@@ -2,6 +2,8 @@
 
 #include "model/JsonReader.h"
 
+#include <QStringList>
+
 #include <utility>
 
 namespace quillo {
@@ -12,6 +14,27 @@ TokenResponse decodeTokenResponse(QByteArray body) {
     return {.accessToken = members.text<"access_token">(),
             .refreshToken = members.optionalText<"refresh_token">(),
             .expiresIn = members.number<"expires_in">()};
+}
+
+std::optional<QString> emailClaim(const QString& token) {
+    const auto pieces = token.split(u'.', Qt::SkipEmptyParts);
+    if (pieces.size() < 2) {
+        return std::nullopt;
+    }
+    // The URL alphabet is the rule (RFC 7515, section 2); the other one is understood, too.
+    auto payload = QByteArray::fromBase64Encoding(pieces[1].toLatin1().replace('+', '-').replace('/', '_'),
+                                                  QByteArray::Base64UrlEncoding |
+                                                      QByteArray::AbortOnBase64DecodingErrors);
+    if (!payload) {
+        return std::nullopt;
+    }
+    try {
+        const JsonDocument document(std::move(*payload));
+        const JsonMembers<"email"> claims(document.root());
+        return claims.optionalText<"email">();
+    } catch (const DecodingError&) {
+        return std::nullopt;
+    }
 }
 
 QByteArray formValue(const QString& value) {

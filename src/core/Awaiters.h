@@ -2,8 +2,6 @@
 
 #include "core/Clock.h"
 
-#include <QFuture>
-#include <QFutureWatcher>
 #include <QObject>
 
 #include <chrono>
@@ -82,31 +80,6 @@ public:
 private:
     OneShotEvent event;
     std::unique_ptr<Clock::Timer> timer;
-};
-
-/// Waits for the result of work on another thread. Dropping it forgets the result; the work itself goes on.
-/// Work that is abandoned without a result (its promise is destroyed or cancelled) leaves the coroutine
-/// waiting.
-template <typename T>
-class UntilFinished {
-public:
-    explicit UntilFinished(QFuture<T> work) : future(std::move(work)) {
-        QObject::connect(&watcher, &QFutureWatcherBase::finished, &event.context(), [this] {
-            if (!future.isCanceled()) {
-                event.fire();
-            }
-        });
-        watcher.setFuture(future);
-    }
-
-    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
-    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
-    T await_resume() { return future.takeResult(); }
-
-private:
-    QFuture<T> future;
-    QFutureWatcher<T> watcher;
-    OneShotEvent event;
 };
 
 } // namespace quillo

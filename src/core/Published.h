@@ -28,10 +28,8 @@ protected:
 template <typename T>
 class Published {
 public:
-    /// Whether an observer is called at once with the value that holds when it registers.
-    enum class Current { deliver, skip };
-    /// Whether an observer is called again for a value equal to the last one it knows of (one it skipped
-    /// included).
+    /// Whether an observer is called again for a value equal to the last one it knows of (the one that holds
+    /// when it registers included).
     enum class Repeats { deliver, suppress };
 
     /// Called after each assignment, when the new value is in place; not for the initial value.
@@ -63,11 +61,7 @@ public:
         }
     }
 
-    [[nodiscard]] Observation observe(Current current, Repeats repeats,
-                                      std::function<void(const T&)> observer) {
-        if (current == Current::deliver) {
-            observer(value);
-        }
+    [[nodiscard]] Observation observe(Repeats repeats, std::function<void(const T&)> observer) {
         if constexpr (std::equality_comparable<T>) {
             if (repeats == Repeats::suppress) {
                 return willChange.observe(

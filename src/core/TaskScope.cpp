@@ -6,6 +6,7 @@
 #include <QMetaObject>
 #include <QObject>
 
+#include <exception>
 #include <map>
 #include <utility>
 #include <vector>
@@ -14,7 +15,6 @@ namespace quillo {
 
 /// Shared with the supervisors, because the scope may be destroyed from inside one of its tasks.
 struct TaskScope::State {
-    ExceptionHandler onException;
     std::map<std::size_t, Task<void>> running;
     std::vector<Task<void>> ended;
     std::size_t nextKey = 0;
@@ -35,9 +35,7 @@ struct TaskScope::State {
     }
 };
 
-TaskScope::TaskScope(ExceptionHandler handler) : state(std::make_shared<State>()) {
-    state->onException = handler ? std::move(handler) : [](const std::exception_ptr&) { std::terminate(); };
-}
+TaskScope::TaskScope() : state(std::make_shared<State>()) {}
 
 TaskScope::~TaskScope() {
     cancelAll();
@@ -88,7 +86,7 @@ Task<void> TaskScope::supervise(std::shared_ptr<State> state, std::size_t key, T
     try {
         co_await task;
     } catch (...) {
-        state->onException(std::current_exception());
+        std::terminate();
     }
     state->finished(key);
 }

@@ -2,7 +2,6 @@
 
 #include "core/Task.h"
 
-#include <exception>
 #include <functional>
 #include <memory>
 
@@ -11,13 +10,10 @@ namespace quillo {
 /// Owns tasks that nobody awaits. They end with the scope at the latest.
 ///
 /// A task that throws is a fault of the program (operations handed to a scope report their failures
-/// themselves), so an exception that arrives here goes to the handler, by default `std::terminate`, and never
-/// vanishes.
+/// themselves), so an exception that arrives here ends it and never vanishes.
 class TaskScope {
 public:
-    using ExceptionHandler = std::function<void(std::exception_ptr)>;
-
-    explicit TaskScope(ExceptionHandler onException = {});
+    TaskScope();
     TaskScope(const TaskScope&) = delete;
     TaskScope& operator=(const TaskScope&) = delete;
 

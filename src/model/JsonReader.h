@@ -31,6 +31,8 @@
 /// optional one is absent when missing or null, and an error when of another type.
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 /// How a value was reached from the root. A node points to its parent, which the reader of the enclosing
 /// object or list keeps.
 struct JsonPath {
@@ -268,7 +270,7 @@ private:
     }
 
     [[noreturn]] static void refuseMissing(const JsonPath& path) {
-        throw DecodingError(path.text() + QStringLiteral(": missing"));
+        throw DecodingError(path.text() + u": missing"_s);
     }
 
     JsonPath here;

@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
 namespace quillo {
 
 /// Gives equal texts one shared value while a document is decoded. A text that equals the one before it costs
@@ -26,10 +29,11 @@ public:
         if ((used + 1) * 4 > table.size() * 3) {
             grow();
         }
-        latest = find(key);
+        const std::size_t hash = XXH3_64bits_withSeed(key.data(), key.size(), seed);
+        latest = find(key, hash);
         Slot& slot = table[latest];
         if (!slot.taken) {
-            slot = Slot{key, make(key), true};
+            slot = Slot{key, hash, make(key), true};
             ++used;
         }
         return slot.value;
@@ -38,26 +42,27 @@ public:
 private:
     struct Slot {
         std::string_view key;
+        std::size_t hash = 0;
         Value value;
         bool taken = false;
     };
 
-    [[nodiscard]] std::size_t find(std::string_view key) const noexcept {
+    [[nodiscard]] std::size_t find(std::string_view key, std::size_t hash) const noexcept {
         const std::size_t mask = table.size() - 1;
-        std::size_t place = qHashBits(key.data(), key.size(), seed) & mask;
-        while (table[place].taken && table[place].key != key) {
+        std::size_t place = hash & mask;
+        while (table[place].taken && (table[place].hash != hash || table[place].key != key)) {
             place = (place + 1) & mask;
         }
         return place;
     }
 
     void grow() {
-        constexpr std::size_t smallest = 64;
-        std::vector<Slot> old(table.empty() ? smallest : table.size() * 2);
+        constexpr std::size_t smallest = 256;
+        std::vector<Slot> old(table.empty() ? smallest : table.size() * 4);
         old.swap(table);
         for (Slot& slot : old) {
             if (slot.taken) {
-                table[find(slot.key)] = std::move(slot);
+                table[find(slot.key, slot.hash)] = std::move(slot);
             }
         }
     }

@@ -6,6 +6,8 @@
 
 #include <QScopedValueRollback>
 
+#include <tuple>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
@@ -56,7 +58,7 @@ Task<void> AppSettings::loadSecrets() {
 void AppSettings::storeApiKey(const QString& key) {
     if (!arriving) {
         keySource = KeySource::user;
-        secrets.enqueueSet(apiKeyAccount, key);
+        std::ignore = secrets.set(apiKeyAccount, key);
     }
 }
 

@@ -7,6 +7,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 /// A refresh interval that the user can pick.
 struct IntervalPreset {
     QString label;
@@ -21,13 +23,13 @@ struct IntervalPreset {
 
 /// In the order in which they are shown, which is not that of their values.
 inline const std::array<IntervalPreset, 7> intervalPresets{{
-    {QStringLiteral("1 minute"), 60},
-    {QStringLiteral("5 minutes"), 300},
-    {QStringLiteral("15 minutes"), 900},
-    {QStringLiteral("1 hour"), 3600},
-    {QStringLiteral("6 hours"), 21600},
-    {QStringLiteral("24 hours"), 86400},
-    {QStringLiteral("Manual only"), 0},
+    {u"1 minute"_s, 60},
+    {u"5 minutes"_s, 300},
+    {u"15 minutes"_s, 900},
+    {u"1 hour"_s, 3600},
+    {u"6 hours"_s, 21600},
+    {u"24 hours"_s, 86400},
+    {u"Manual only"_s, 0},
 }};
 
 } // namespace quillo

@@ -15,6 +15,8 @@ using namespace std::chrono_literals;
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr auto heartbeatInterval = 30s;
@@ -34,13 +36,12 @@ AppStore::AppStore(const AppServices& surroundings)
         services.clock.startTimer(heartbeatInterval, Clock::Repeat::forever, [this] { start(tick()); });
     observeTriggers();
     observations.push_back(auth.objectWillChange.observe([this] { objectWillChange.emit(); }));
-    observations.push_back(auth.state.observe(Published<AuthState>::Current::skip,
-                                              Published<AuthState>::Repeats::suppress,
-                                              [this](const auto& state) {
-                                                  if (state.isSignedIn()) {
-                                                      tasks.spawnLater([this] { return refresh(); });
-                                                  }
-                                              }));
+    observations.push_back(
+        auth.state.observe(Published<AuthState>::Repeats::suppress, [this](const auto& state) {
+            if (state.isSignedIn()) {
+                tasks.spawnLater([this] { return refresh(); });
+            }
+        }));
     observations.push_back(services.secrets.becameAvailable.observe([this] {
         if (credentialsKnown) {
             start(takeUpCredentialsLate());
@@ -49,14 +50,13 @@ AppStore::AppStore(const AppServices& surroundings)
         }
     }));
     applyHotKey();
-    observations.push_back(settings.hotKeyEnabled.observe(Published<bool>::Current::skip,
-                                                          Published<bool>::Repeats::deliver, [this](bool) {
-                                                              // The announcement comes before the value.
-                                                              tasks.spawnLater([this]() -> Task<> {
-                                                                  applyHotKey();
-                                                                  co_return;
-                                                              });
-                                                          }));
+    observations.push_back(settings.hotKeyEnabled.observe(Published<bool>::Repeats::deliver, [this](bool) {
+        // The announcement comes before the value.
+        tasks.spawnLater([this]() -> Task<> {
+            applyHotKey();
+            co_return;
+        });
+    }));
     start(startUp());
 }
 
@@ -140,7 +140,7 @@ Task<std::optional<APIAuth>> AppStore::currentAuth() {
     }
     // Until the secret store has answered nobody knows whether there is anything to sign in for.
     if (credentialsKnown) {
-        lastError = QStringLiteral("Sign in to Quillo (menu → Sign In…)");
+        lastError = u"Sign in to Quillo (menu → Sign In…)"_s;
     }
     co_return std::nullopt;
 }
@@ -188,7 +188,7 @@ Task<> AppStore::syncNow() {
     try {
         co_await request;
     } catch (const std::exception& error) {
-        lastError = QStringLiteral("Sync failed: ") + errorDescription(error);
+        lastError = u"Sync failed: "_s + errorDescription(error);
     }
     co_await refresh();
 }
@@ -202,7 +202,7 @@ Task<> AppStore::refreshFromBank() {
     try {
         co_await request;
     } catch (const std::exception& error) {
-        lastError = QStringLiteral("Bank refresh failed: ") + errorDescription(error);
+        lastError = u"Bank refresh failed: "_s + errorDescription(error);
         co_return;
     }
     Sleep delay(services.clock, bankRefreshDelay);
@@ -220,7 +220,7 @@ Task<> AppStore::loadSnapshots() {
         auto snapshots = co_await request;
         availableSnapshots = std::move(snapshots);
     } catch (const std::exception& error) {
-        lastError = QStringLiteral("Snapshots: ") + errorDescription(error);
+        lastError = u"Snapshots: "_s + errorDescription(error);
     }
 }
 
@@ -239,7 +239,7 @@ Task<> AppStore::loadSnapshot(std::optional<QString> date) {
         Day day{.date = *date, .ledger = std::move(ledger)};
         selectedDay = std::move(day);
     } catch (const std::exception& error) {
-        lastError = QStringLiteral("Snapshot fetch: ") + errorDescription(error);
+        lastError = u"Snapshot fetch: "_s + errorDescription(error);
     }
 }
 
@@ -308,17 +308,16 @@ void AppStore::applyLaunchAtLogin(bool enabled) {
             services.loginItem.unregister();
         }
     } catch (const LocalizedError& error) {
-        lastError = QStringLiteral("Login item update failed: ") + error.errorDescription();
+        lastError = u"Login item update failed: "_s + error.errorDescription();
     }
 }
 
 std::optional<QString> AppStore::loginItemStatusMessage() const {
     switch (services.loginItem.status()) {
     case LoginItemStatus::requiresApproval:
-        return QStringLiteral(
-            "Approval needed — open System Settings → General → Login Items and enable Quillo.");
+        return u"Approval needed — open System Settings → General → Login Items and enable Quillo."_s;
     case LoginItemStatus::notFound:
-        return QStringLiteral("Login item couldn't be registered (app must live in /Applications).");
+        return u"Login item couldn't be registered (app must live in /Applications)."_s;
     case LoginItemStatus::notRegistered:
     case LoginItemStatus::enabled:
         break;

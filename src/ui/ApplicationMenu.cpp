@@ -9,32 +9,32 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& whatToDo)
     : QObject(&owner), window(owner), actions(whatToDo), statusMenu(new MenuRenderer(&owner)) {
-    auto* menu = window.menuBar()->addMenu(QStringLiteral("&Quillo"));
-    connect(menu->addAction(QStringLiteral("About Quillo")), &QAction::triggered, this,
-            [this] { showAbout(); });
-    auto* refresh = menu->addAction(QStringLiteral("Refresh"));
+    auto* menu = window.menuBar()->addMenu(u"&Quillo"_s);
+    connect(menu->addAction(u"About Quillo"_s), &QAction::triggered, this, [this] { showAbout(); });
+    auto* refresh = menu->addAction(u"Refresh"_s);
     refresh->setShortcut(Qt::CTRL | Qt::Key_R);
     refresh->setAutoRepeat(false); // a key that is held asks once
     connect(refresh, &QAction::triggered, this, actions.refresh);
     menu->addSeparator();
-    connect(menu->addAction(QStringLiteral("Settings…")), &QAction::triggered, this, actions.openSettings);
-    statusMenu->setTitle(QStringLiteral("Balance and actions"));
+    connect(menu->addAction(u"Settings…"_s), &QAction::triggered, this, actions.openSettings);
+    statusMenu->setTitle(u"Balance and actions"_s);
     menu->addMenu(statusMenu);
     menu->addSeparator();
-    auto* quit = menu->addAction(QStringLiteral("Quit Quillo"));
+    auto* quit = menu->addAction(u"Quit Quillo"_s);
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
     quit->setAutoRepeat(false);
     connect(quit, &QAction::triggered, this, actions.quit);
 }
 
 void ApplicationMenu::showAbout() {
-    auto* about = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("About Quillo"),
-                                  QStringLiteral("Quillo %1").arg(build::version), QMessageBox::Ok, &window);
-    about->setInformativeText(
-        QStringLiteral("Keeps your credit-card balance in view.\nFree software under the MIT "
-                       "licence."));
+    auto* about = new QMessageBox(QMessageBox::NoIcon, u"About Quillo"_s, u"Quillo %1"_s.arg(build::version),
+                                  QMessageBox::Ok, &window);
+    about->setInformativeText(u"Keeps your credit-card balance in view.\nFree software under the MIT "
+                              "licence."_s);
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->open();
 }

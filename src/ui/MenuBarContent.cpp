@@ -10,6 +10,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 using Kind = MenuEntry::Kind;
@@ -41,26 +43,23 @@ QString amount(double dollars) {
 
 /// One line of the ledger: date, marker, signed amount, balance after it, description.
 QString describe(const Transaction& transaction) {
-    const auto marker = transaction.isSynthetic() ? QStringLiteral("⏳")
-                        : transaction.isPending() ? QStringLiteral("*")
-                                                  : QStringLiteral(" ");
-    const auto sign = transaction.amount >= 0 ? QStringLiteral("+") : QStringLiteral("−");
+    const auto marker = transaction.isSynthetic() ? u"⏳"_s : transaction.isPending() ? u"*"_s : u" "_s;
+    const auto sign = transaction.amount >= 0 ? u"+"_s : u"−"_s;
     return transaction.date + u' ' + marker + u' ' + sign + u'$' + amount(std::abs(transaction.amount)) +
-           QStringLiteral(" → $") + amount(transaction.runningBalance) + QStringLiteral("  ") +
+           u" → $"_s + amount(transaction.runningBalance) + u"  "_s +
            firstUserCharacters(transaction.display(), longestDescription);
 }
 
 void addSignInCondition(Menu& menu, const AppState& state) {
     if (state.auth.isSigningIn()) {
-        menu.push_back(line(QStringLiteral("sign-in-waits"), QStringLiteral("Waiting for browser sign-in…"),
-                            Style::secondary));
+        menu.push_back(line(u"sign-in-waits"_s, u"Waiting for browser sign-in…"_s, Style::secondary));
     } else if (const auto& problem = state.authError) {
-        menu.push_back(line(QStringLiteral("sign-in-problem"), QStringLiteral("Sign-in problem: ") + *problem,
-                            Style::red, TextSize::caption));
+        menu.push_back(
+            line(u"sign-in-problem"_s, u"Sign-in problem: "_s + *problem, Style::red, TextSize::caption));
     } else {
         return;
     }
-    menu.push_back(divider(QStringLiteral("sign-in-end")));
+    menu.push_back(divider(u"sign-in-end"_s));
 }
 
 void addBankLink(Menu& menu, const AppState& state, const MenuActions& actions) {
@@ -69,21 +68,19 @@ void addBankLink(Menu& menu, const AppState& state, const MenuActions& actions) 
         return;
     }
     const auto style = problem->trouble == Trouble::reconnect ? Style::red : Style::orange;
-    menu.push_back(line(QStringLiteral("bank-link-message"), problem->message, style));
+    menu.push_back(line(u"bank-link-message"_s, problem->message, style));
     if (problem->trouble == Trouble::outage) {
-        menu.push_back(line(QStringLiteral("bank-outage-advice"),
-                            QStringLiteral("Reconnect won't help right now — wait for the bank."),
+        menu.push_back(line(u"bank-outage-advice"_s, u"Reconnect won't help right now — wait for the bank."_s,
                             Style::secondary, TextSize::caption));
     } else {
-        auto remedy = problem->trouble == Trouble::reconnect
-                          ? button(QStringLiteral("reconnect"), QStringLiteral("Reconnect bank…"),
-                                   actions.openReconnect)
-                          : button(QStringLiteral("add-credit-card"),
-                                   QStringLiteral("Re-run Link to add credit card…"), actions.openReconnect);
+        auto remedy =
+            problem->trouble == Trouble::reconnect
+                ? button(u"reconnect"_s, u"Reconnect bank…"_s, actions.openReconnect)
+                : button(u"add-credit-card"_s, u"Re-run Link to add credit card…"_s, actions.openReconnect);
         remedy.shortcut = openLedgerKeys;
         menu.push_back(std::move(remedy));
     }
-    menu.push_back(divider(QStringLiteral("bank-link-end")));
+    menu.push_back(divider(u"bank-link-end"_s));
 }
 
 Menu recentTransactions(const std::vector<Transaction>& transactions) {
@@ -91,7 +88,7 @@ Menu recentTransactions(const std::vector<Transaction>& transactions) {
     Menu lines;
     lines.reserve(count);
     for (std::size_t index = 0; index < count; ++index) {
-        lines.push_back(line(QStringLiteral("recent-%1").arg(index), describe(transactions[index])));
+        lines.push_back(line(u"recent-%1"_s.arg(index), describe(transactions[index])));
     }
     return lines;
 }
@@ -102,30 +99,25 @@ void addBalance(Menu& menu, const AppState& state) {
     }
     const auto& ledger = *state.live;
     if (ledger.pendingHolds >= MenuBarLabel::leastPending) {
-        menu.push_back(line(QStringLiteral("total"),
-                            QStringLiteral("Total (posted + pending): $") + amount(ledger.totalWithPending)));
-        menu.push_back(
-            line(QStringLiteral("posted"), QStringLiteral("Posted: $") + amount(ledger.totalOwed)));
-        menu.push_back(line(QStringLiteral("pending"),
-                            QStringLiteral("Pending authorizations: +$") + amount(ledger.pendingHolds)));
+        menu.push_back(line(u"total"_s, u"Total (posted + pending): $"_s + amount(ledger.totalWithPending)));
+        menu.push_back(line(u"posted"_s, u"Posted: $"_s + amount(ledger.totalOwed)));
+        menu.push_back(line(u"pending"_s, u"Pending authorizations: +$"_s + amount(ledger.pendingHolds)));
     } else {
-        menu.push_back(
-            line(QStringLiteral("owed"), QStringLiteral("Owed now: $") + amount(ledger.totalOwed)));
+        menu.push_back(line(u"owed"_s, u"Owed now: $"_s + amount(ledger.totalOwed)));
     }
-    menu.push_back(
-        line(QStringLiteral("available"), QStringLiteral("Available credit: $") + amount(ledger.available)));
-    menu.push_back(divider(QStringLiteral("balance-end")));
+    menu.push_back(line(u"available"_s, u"Available credit: $"_s + amount(ledger.available)));
+    menu.push_back(divider(u"balance-end"_s));
     menu.push_back({.kind = Kind::submenu,
-                    .key = QStringLiteral("recent"),
-                    .text = QStringLiteral("Recent transactions (%1)").arg(ledger.transactions.size()),
+                    .key = u"recent"_s,
+                    .text = u"Recent transactions (%1)"_s.arg(ledger.transactions.size()),
                     .children = recentTransactions(ledger.transactions)});
-    menu.push_back(divider(QStringLiteral("recent-end")));
+    menu.push_back(divider(u"recent-end"_s));
 }
 
 void addError(Menu& menu, const AppState& state) {
     if (const auto& error = state.error) {
-        menu.push_back(line(QStringLiteral("error"), QStringLiteral("Error: ") + *error, Style::red));
-        menu.push_back(divider(QStringLiteral("error-end")));
+        menu.push_back(line(u"error"_s, u"Error: "_s + *error, Style::red));
+        menu.push_back(divider(u"error-end"_s));
     }
 }
 
@@ -133,7 +125,7 @@ Menu intervals(const AppState& state, const MenuActions& actions) {
     Menu entries;
     for (const auto& preset : intervalPresets) {
         auto entry =
-            button(QStringLiteral("interval-%1").arg(preset.seconds), preset.label,
+            button(u"interval-%1"_s.arg(preset.seconds), preset.label,
                    [choose = actions.setRefreshInterval, seconds = preset.seconds] { choose(seconds); });
         // No place for a mark otherwise: panels would draw an empty box there.
         entry.check =
@@ -144,50 +136,42 @@ Menu intervals(const AppState& state, const MenuActions& actions) {
 }
 
 void addActions(Menu& menu, const AppState& state, const MenuActions& actions) {
-    auto openLedger =
-        button(QStringLiteral("open-ledger"), QStringLiteral("Open ledger"), actions.openLedger);
+    auto openLedger = button(u"open-ledger"_s, u"Open ledger"_s, actions.openLedger);
     openLedger.shortcut = openLedgerKeys;
     menu.push_back(std::move(openLedger));
 
-    auto pullUpdates = button(QStringLiteral("pull-updates"), QStringLiteral("Pull updates (Plaid cache)"),
-                              actions.pullUpdates);
-    pullUpdates.help =
-        QStringLiteral("Fast + free. Re-reads Plaid's own cache of your bank data. Use this first.");
+    auto pullUpdates = button(u"pull-updates"_s, u"Pull updates (Plaid cache)"_s, actions.pullUpdates);
+    pullUpdates.help = u"Fast + free. Re-reads Plaid's own cache of your bank data. Use this first."_s;
     menu.push_back(std::move(pullUpdates));
 
-    auto pullFresh = button(QStringLiteral("pull-fresh"),
-                            QStringLiteral("Pull fresh from bank (slow, metered)"), actions.pullFromBank);
-    pullFresh.help =
-        QStringLiteral("Asks Plaid to re-pull from Wells Fargo right now. Async — ~30s–2min via webhook. "
-                       "Rate-limited, billed per call in production. Use when Plaid itself looks stale.");
+    auto pullFresh = button(u"pull-fresh"_s, u"Pull fresh from bank (slow, metered)"_s, actions.pullFromBank);
+    pullFresh.help = u"Asks Plaid to re-pull from Wells Fargo right now. Async — ~30s–2min via webhook. "
+                     "Rate-limited, billed per call in production. Use when Plaid itself looks stale."_s;
     menu.push_back(std::move(pullFresh));
 
-    menu.push_back(
-        button(QStringLiteral("link-card"), QStringLiteral("Link new card…"), actions.openLinkPage));
-    menu.push_back(divider(QStringLiteral("actions-end")));
+    menu.push_back(button(u"link-card"_s, u"Link new card…"_s, actions.openLinkPage));
+    menu.push_back(divider(u"actions-end"_s));
     menu.push_back({.kind = Kind::submenu,
-                    .key = QStringLiteral("interval"),
-                    .text = QStringLiteral("Refresh interval"),
+                    .key = u"interval"_s,
+                    .text = u"Refresh interval"_s,
                     .children = intervals(state, actions)});
 
-    auto help = button(QStringLiteral("help"), QStringLiteral("Help…"), actions.openHelp);
-    help.help =
-        QStringLiteral("Ask the Quillo help desk. It can see your account and bank-link status, never your "
-                       "balances; a person reads every transcript.");
+    auto help = button(u"help"_s, u"Help…"_s, actions.openHelp);
+    help.help = u"Ask the Quillo help desk. It can see your account and bank-link status, never your "
+                "balances; a person reads every transcript."_s;
     menu.push_back(std::move(help));
-    menu.push_back(button(QStringLiteral("settings"), QStringLiteral("Settings…"), actions.openSettings));
-    menu.push_back(divider(QStringLiteral("settings-end")));
+    menu.push_back(button(u"settings"_s, u"Settings…"_s, actions.openSettings));
+    menu.push_back(divider(u"settings-end"_s));
 }
 
 void addAccount(Menu& menu, const AppState& state, const MenuActions& actions) {
     if (state.auth.isSigningIn()) {
-        menu.push_back(line(QStringLiteral("signing-in"), QStringLiteral("Signing in…"), Style::secondary));
+        menu.push_back(line(u"signing-in"_s, u"Signing in…"_s, Style::secondary));
     } else if (state.auth.isSignedIn()) {
-        menu.push_back(
-            line(QStringLiteral("account"), state.auth.email(), Style::secondary, TextSize::caption));
-        menu.push_back(button(QStringLiteral("sign-out"), QStringLiteral("Sign Out"), actions.signOut));
+        menu.push_back(line(u"account"_s, state.auth.email(), Style::secondary, TextSize::caption));
+        menu.push_back(button(u"sign-out"_s, u"Sign Out"_s, actions.signOut));
     } else {
-        menu.push_back(button(QStringLiteral("sign-in"), QStringLiteral("Sign In…"), actions.signIn));
+        menu.push_back(button(u"sign-in"_s, u"Sign In…"_s, actions.signIn));
     }
 }
 
@@ -201,8 +185,8 @@ Menu menuBarContent(const AppState& state, const MenuActions& actions) {
     addError(menu, state);
     addActions(menu, state, actions);
     addAccount(menu, state, actions);
-    menu.push_back(divider(QStringLiteral("account-end")));
-    menu.push_back(button(QStringLiteral("quit"), QStringLiteral("Quit Quillo"), actions.quit));
+    menu.push_back(divider(u"account-end"_s));
+    menu.push_back(button(u"quit"_s, u"Quit Quillo"_s, actions.quit));
     return menu;
 }
 

@@ -12,6 +12,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 /// In widths of an average character: room for every text of the program's own and for a line of the ledger.
@@ -119,7 +121,7 @@ void MenuRenderer::apply(const Row& row) const {
     const auto whole = plainLine(entry.text);
     auto line = metrics.elidedText(whole, Qt::ElideRight, widestLine * metrics.averageCharWidth());
     const auto isCut = line != whole;
-    action->setText(line.replace(u'&', QStringLiteral("&&")));
+    action->setText(line.replace(u'&', u"&&"_s));
     action->setFont(entryFont);
     action->setEnabled(entry.kind != MenuEntry::Kind::text);
     action->setCheckable(entry.check != MenuEntry::CheckState::none);

@@ -91,22 +91,19 @@ struct QuilloApp::Parts {
 
     /// Makes sure that the program starts at login. A failure is nothing the user has to deal with now: the
     /// settings window shows the state.
-    struct LoginItemAtLaunch : LoginItem {
-        LoginItemAtLaunch() : LoginItem(build::applicationId, QCoreApplication::applicationFilePath()) {
-            if (status() == LoginItemStatus::enabled) {
-                return;
-            }
-            try {
-                register_();
-            } catch (const LoginItemError&) {
-                // Shown by the settings window's status message, if it matters.
-            }
+    static LoginItem registeredLoginItem() {
+        auto item = LoginItem::mainApp();
+        try {
+            item.register_();
+        } catch (const LoginItemError&) {
+            // Shown by the settings window's status message, if it matters.
         }
-    };
+        return item;
+    }
 
-    LoginItemAtLaunch loginItem;
+    LoginItem loginItem = registeredLoginItem();
     SystemClock clock;
-    NotificationCenter& notifications = NotificationCenter::defaultCenter();
+    NotificationCenter notifications;
     Workspace workspace;
     UserDefaults defaults;
     SecretStore secrets;

@@ -26,6 +26,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr double captionScale = 0.85;
@@ -182,40 +184,40 @@ QLabel* SettingsView::addNoteUnder(QCheckBox* box, QVBoxLayout* section, const Q
 }
 
 void SettingsView::addBackend() {
-    auto* section = addSection(QStringLiteral("Backend"));
+    auto* section = addSection(u"Backend"_s);
     backend = new QLineEdit;
     backend->setValidator(new OneLine(backend));
     connect(backend, &QLineEdit::textChanged, this,
             [this](const QString& text) { store.settings.backend = text; });
-    addField(section, QStringLiteral("URL"), backend);
-    verifyTLS = new QCheckBox(QStringLiteral("Verify TLS certificate"));
+    addField(section, u"URL"_s, backend);
+    verifyTLS = new QCheckBox(u"Verify TLS certificate"_s);
     connect(verifyTLS, &QCheckBox::toggled, this, [this](bool isOn) { store.settings.verifyTLS = isOn; });
     section->addWidget(verifyTLS);
 }
 
 void SettingsView::addAuthentication() {
-    auto* section = addSection(QStringLiteral("Authentication"));
+    auto* section = addSection(u"Authentication"_s);
     apiKey = new QLineEdit;
     apiKey->setValidator(new OneLine(apiKey));
     apiKey->setEchoMode(QLineEdit::Password);
     connect(apiKey, &QLineEdit::textChanged, this,
             [this](const QString& text) { store.settings.apiKey = text; });
-    addField(section, QStringLiteral("X-API-Key"), apiKey);
-    notes.push_back(addNote(section, QStringLiteral("Stored in macOS Keychain.")));
+    addField(section, u"X-API-Key"_s, apiKey);
+    notes.push_back(addNote(section, u"Stored in macOS Keychain."_s));
 }
 
 void SettingsView::addRefresh() {
-    auto* section = addSection(QStringLiteral("Refresh"));
+    auto* section = addSection(u"Refresh"_s);
     interval = new Picker;
     for (const auto& preset : intervalPresets) {
         interval->addItem(preset.label, preset.seconds);
     }
     connect(interval, &QComboBox::activated, this,
             [this](int entry) { store.settings.refreshInterval = interval->itemData(entry).toLongLong(); });
-    auto* row = addField(section, QStringLiteral("Interval"), interval);
+    auto* row = addField(section, u"Interval"_s, interval);
     // Screen readers are told the chosen entry as its name.
-    interval->setAccessibleDescription(QStringLiteral("Interval"));
-    auto* refresh = new QPushButton(QStringLiteral("Refresh now"));
+    interval->setAccessibleDescription(u"Interval"_s);
+    auto* refresh = new QPushButton(u"Refresh now"_s);
     connect(refresh, &QPushButton::clicked, this, [this] {
         isAnswerAwaited = true;
         store.start(store.refresh());
@@ -225,26 +227,26 @@ void SettingsView::addRefresh() {
 }
 
 void SettingsView::addStartup() {
-    auto* section = addSection(QStringLiteral("Startup"));
-    launchAtLogin = new QCheckBox(QStringLiteral("Launch at login"));
+    auto* section = addSection(u"Startup"_s);
+    launchAtLogin = new QCheckBox(u"Launch at login"_s);
     connect(launchAtLogin, &QCheckBox::toggled, this, [this](bool isOn) { store.launchAtLogin = isOn; });
     section->addWidget(launchAtLogin);
     loginItemStatus = addNoteUnder(launchAtLogin, section, QString());
 }
 
 void SettingsView::addHotKey() {
-    auto* section = addSection(QStringLiteral("Global hotkey"));
-    hotKey = new QCheckBox(QStringLiteral("Open ledger from any app (⌘⇧R)"));
+    auto* section = addSection(u"Global hotkey"_s);
+    hotKey = new QCheckBox(u"Open ledger from any app (⌘⇧R)"_s);
     connect(hotKey, &QCheckBox::toggled, this, [this](bool isOn) { store.settings.hotKeyEnabled = isOn; });
     section->addWidget(hotKey);
-    notes.push_back(addNoteUnder(
-        hotKey, section,
-        QStringLiteral("Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
-                       "shortcut.")));
+    notes.push_back(
+        addNoteUnder(hotKey, section,
+                     u"Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
+                     "shortcut."_s));
 }
 
 void SettingsView::addLastError() {
-    auto* section = addSection(QStringLiteral("Last error"));
+    auto* section = addSection(u"Last error"_s);
     lastErrorSection = qobject_cast<QGroupBox*>(section->parentWidget());
     lastError = new QLabel;
     lastError->setTextFormat(Qt::PlainText);

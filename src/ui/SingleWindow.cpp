@@ -11,11 +11,13 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 WindowScene ledgerScene(std::function<QWidget*()> makeContent) {
     static constexpr QSize leastContentSize(720, 480);
     static constexpr QSize firstSize(960, 640);
-    return {.title = QStringLiteral("Quillo — Ledger"),
-            .identifier = QStringLiteral("ledger"),
+    return {.title = u"Quillo — Ledger"_s,
+            .identifier = u"ledger"_s,
             .firstSize = firstSize,
             .makeContent = [makeContent = std::move(makeContent)] {
                 auto* content = makeContent();
@@ -25,8 +27,8 @@ WindowScene ledgerScene(std::function<QWidget*()> makeContent) {
 }
 
 WindowScene settingsScene(std::function<QWidget*()> makeContent) {
-    return {.title = QStringLiteral("Quillo Settings"),
-            .identifier = QStringLiteral("settings"),
+    return {.title = u"Quillo Settings"_s,
+            .identifier = u"settings"_s,
             .firstSize = {},
             .makeContent = std::move(makeContent)};
 }

@@ -4,6 +4,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 constexpr int spokes = 12;
 constexpr int stepMilliseconds = 80;
@@ -11,7 +13,7 @@ constexpr int stepMilliseconds = 80;
 
 Spinner::Spinner(int size, QWidget* parent) : QWidget(parent), diameter(size) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    setAccessibleName(QStringLiteral("Loading"));
+    setAccessibleName(u"Loading"_s);
 }
 
 void Spinner::paintEvent(QPaintEvent*) {

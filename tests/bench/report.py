@@ -41,7 +41,6 @@ def measure_with_lines(table, lines, refreshes):
 def main():
     table = Table()
     in_process.measure_decoding(table)
-    in_process.measure_rows(table)
     in_process.measure_window(table)
     measure_beside_others(table)
     measure_with_lines(table, 1_000, 10_000 if "--long" in sys.argv[1:] else 1_000)

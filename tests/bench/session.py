@@ -42,6 +42,7 @@ class Session:
         self.commands = {
             "quillo": [str(BIN / "quillo")],
             "barest Qt": [str(BIN / "barest_tray"), f"{origin}/api/timeline", key],
+            "barest Qt window": [str(BIN / "barest_tray"), f"{origin}/api/timeline", key, "window"],
             "Python": ["/usr/bin/python3", str(ROOT / "tests/bench/baseline/indicator.py"),
                        f"{origin}/api/timeline", key],
         }
@@ -81,7 +82,7 @@ class Session:
     def run(self, program, *arguments):
         """What a program of the benchmarks prints, as JSON."""
         run = subprocess.run([BIN / program, *arguments], env=self.desktop.environment, check=True,
-                             capture_output=True, text=True)
+                             capture_output=True, text=True, timeout=300)
         return json.loads(run.stdout)
 
 

@@ -41,13 +41,14 @@ struct Fixture {
 
     void show(std::int64_t lines) {
         if (shownLines != lines) {
-            store().timeline = std::make_shared<const Timeline>(
-                sampleLedger(static_cast<int>(lines), Descriptions::allDifferent));
+            store().timeline =
+                decoding.share(sampleLedger(static_cast<int>(lines), Descriptions::allDifferent));
             shownLines = lines;
         }
     }
 
     test::StoreFixture surroundings;
+    WorkQueue decoding; ///< lets go of what is large, as the client's does
     std::int64_t shownLines = 0;
 };
 
@@ -195,20 +196,20 @@ Timeline changed(const Timeline& ledger, int round) {
 /// The next ledger is made outside the measurement; letting go of the one before belongs to it.
 void refreshPainted(benchmark::State& state) {
     Changes changes(state);
-    WorkQueue decoding; // lets go of what is large, as the client's does
+    auto& decoding = fixture().decoding;
     auto& store = fixture().store();
     int round = 0;
     for (auto each : state) {
         Ledger next = decoding.share(changed(**store.timeline, ++round));
         changes.measure([&] { store.timeline = std::move(next); });
     }
-    store.timeline = std::make_shared<const Timeline>(**store.timeline);
+    store.timeline = decoding.share(Timeline(**store.timeline));
     changes.turns.report(state);
 }
 
 void snapshotSwitched(benchmark::State& state) {
     Changes changes(state);
-    WorkQueue decoding;
+    auto& decoding = fixture().decoding;
     auto& store = fixture().store();
     int round = 0;
     for (auto each : state) {
@@ -225,7 +226,7 @@ void snapshotSwitched(benchmark::State& state) {
 /// From the last byte of a body to the painted window: decoded and prepared elsewhere.
 void bodyPainted(benchmark::State& state) {
     Changes changes(state);
-    WorkQueue decoding;
+    auto& decoding = fixture().decoding;
     auto& store = fixture().store();
     const std::array bodies{ledgerBody(static_cast<int>(state.range(0))),
                             ledgerBody(static_cast<int>(state.range(0)) - 1)};

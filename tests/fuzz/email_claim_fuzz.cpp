@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "auth/EmailClaim.h"
+#include "auth/TokenResponse.h"
 
 #include <QByteArray>
 #include <QJsonDocument>

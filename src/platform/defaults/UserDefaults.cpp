@@ -4,50 +4,17 @@
 
 #include <QStandardPaths>
 
-#include <mutex>
+#include <atomic>
+#include <memory>
+#include <utility>
 
 using namespace std::chrono_literals;
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace quillo {
 
-/// The changes that the file does not have yet. Shared with the writer, which may outlive the defaults.
-class UserDefaults::Unwritten {
-public:
-    void add(const QString& key, const QJsonValue& value) {
-        const std::lock_guard lock(mutex);
-        changes.insert(key, value);
-    }
-
-    [[nodiscard]] bool isEmpty() {
-        const std::lock_guard lock(mutex);
-        return changes.isEmpty();
-    }
-
-    /// Writes everything there is to write; what fails stays, unless it was changed again meanwhile.
-    void writeTo(const DefaultsFile& file) {
-        QJsonObject taken;
-        {
-            const std::lock_guard lock(mutex);
-            taken = std::exchange(changes, {});
-        }
-        if (taken.isEmpty() || file.merge(taken)) {
-            return;
-        }
-        const std::lock_guard lock(mutex);
-        for (auto change = taken.constBegin(); change != taken.constEnd(); ++change) {
-            if (!changes.contains(change.key())) {
-                changes.insert(change.key(), change.value());
-            }
-        }
-    }
-
-private:
-    std::mutex mutex;
-    QJsonObject changes;
-};
-
-UserDefaults::UserDefaults(QString file)
-    : path(std::move(file)), values(DefaultsFile(path).read()), unwritten(std::make_shared<Unwritten>()) {}
+UserDefaults::UserDefaults(QString file) : path(std::move(file)), values(DefaultsFile(path).read()) {}
 
 UserDefaults::~UserDefaults() {
     static_cast<void>(synchronize(2s));
@@ -55,7 +22,7 @@ UserDefaults::~UserDefaults() {
 
 QString UserDefaults::standardPath() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/quillo/defaults.json");
+           u"/quillo/defaults.json"_s;
 }
 
 std::optional<QString> UserDefaults::string(const QString& key) const {
@@ -68,7 +35,7 @@ QVariant UserDefaults::object(const QString& key) const {
 }
 
 void UserDefaults::setString(const QString& key, const QString& value) {
-    set(key, value.isNull() ? QStringLiteral("") : value);
+    set(key, value.isNull() ? u""_s : value);
 }
 
 void UserDefaults::setInteger(const QString& key, qint64 value) {
@@ -80,20 +47,38 @@ void UserDefaults::setBoolean(const QString& key, bool value) {
 }
 
 bool UserDefaults::synchronize(std::chrono::milliseconds limit) {
-    if (!unwritten->isEmpty()) {
-        scheduleWriting();
+    if (unwritten.isEmpty()) {
+        return true;
     }
-    return writer.waitForJobs(limit) && unwritten->isEmpty();
+    const auto merged = std::make_shared<std::atomic<bool>>(false);
+    const auto last = writer.run([merged, file = DefaultsFile(path), changes = unwritten] {
+        *merged = file.merge(changes); //
+    });
+    return writer.waitForJobs(limit) && *merged;
 }
 
 void UserDefaults::set(const QString& key, const QJsonValue& value) {
     values.insert(key, value);
-    unwritten->add(key, value);
-    scheduleWriting();
+    unwritten.insert(key, value);
+    const bool isWriting = std::exchange(progress, Progress::onceMore) != Progress::none;
+    if (!isWriting) {
+        writing.spawn(write());
+    }
 }
 
-void UserDefaults::scheduleWriting() {
-    writing.spawn(writer.run([changes = unwritten, file = DefaultsFile(path)] { changes->writeTo(file); }));
+/// What fails stays, and is tried again with the next change.
+Task<> UserDefaults::write() {
+    while (std::exchange(progress, Progress::writing) == Progress::onceMore) {
+        const auto changes = unwritten;
+        auto merging = writer.run([file = DefaultsFile(path), changes] { return file.merge(changes); });
+        const bool merged = co_await merging;
+        for (auto change = changes.constBegin(); merged && change != changes.constEnd(); ++change) {
+            if (unwritten.value(change.key()) == change.value()) {
+                unwritten.remove(change.key());
+            }
+        }
+    }
+    progress = Progress::none;
 }
 
 } // namespace quillo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Task.h"
 #include "core/TaskScope.h"
 #include "core/WorkQueue.h"
 
@@ -8,7 +9,6 @@
 #include <QVariant>
 
 #include <chrono>
-#include <memory>
 #include <optional>
 
 namespace quillo {
@@ -47,14 +47,16 @@ public:
     [[nodiscard]] bool synchronize(std::chrono::milliseconds limit);
 
 private:
-    class Unwritten;
+    /// `onceMore`: something was set that is not on its way yet.
+    enum class Progress { none, writing, onceMore };
 
     void set(const QString& key, const QJsonValue& value);
-    void scheduleWriting();
+    [[nodiscard]] Task<> write();
 
     QString path;
     QJsonObject values;
-    std::shared_ptr<Unwritten> unwritten;
+    QJsonObject unwritten; ///< as far as this thread knows
+    Progress progress = Progress::none;
     TaskScope writing;
     WorkQueue writer;
 };

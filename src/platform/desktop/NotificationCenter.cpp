@@ -4,11 +4,6 @@
 
 namespace quillo {
 
-NotificationCenter& NotificationCenter::defaultCenter() {
-    static NotificationCenter center;
-    return center;
-}
-
 void NotificationCenter::post(QStringView name) {
     // A copy, because an observer may observe a new name, which moves the signals about in the table.
     const auto signal = channels.value(name.toString());

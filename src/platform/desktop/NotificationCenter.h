@@ -19,9 +19,6 @@ public:
     NotificationCenter(const NotificationCenter&) = delete;
     NotificationCenter& operator=(const NotificationCenter&) = delete;
 
-    /// The centre that the whole program shares.
-    [[nodiscard]] static NotificationCenter& defaultCenter();
-
     /// Calls the observers of `name`, in the order of their registration, before it returns.
     void post(QStringView name);
 

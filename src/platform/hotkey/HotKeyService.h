@@ -74,10 +74,7 @@ private:
     PressHandler pressHandler;
 };
 
-/// The ways there are.
-enum class HotKeyWay { x11, portal };
-
-/// What the choice depends on.
+/// What the way to keys depends on.
 struct HotKeySurroundings {
     /// `QGuiApplication::platformName()`.
     QString qtPlatform = {};
@@ -88,6 +85,7 @@ struct HotKeySurroundings {
     bool sandboxed = false;
 };
 
-[[nodiscard]] HotKeyWay hotKeyWay(const HotKeySurroundings& surroundings);
+/// Whether the X server gives the program keys of every other one; else there is only the portal.
+[[nodiscard]] bool mayGrabKeys(const HotKeySurroundings& surroundings);
 
 } // namespace quillo

@@ -1,5 +1,6 @@
 #include "platform/hotkey/PortalSession.h"
 
+#include "core/Promise.h"
 #include "platform/hotkey/PortalRequestInterface.h"
 #include "platform/hotkey/PortalShortcutsInterface.h"
 
@@ -23,6 +24,8 @@ const QString desktopPath = u"/org/freedesktop/portal/desktop"_s;
 /// The only shortcut; it is part of what desktops remember, so it stays as it is.
 const QString shortcutId = u"open-ledger"_s;
 constexpr uint success = 0;
+/// No code of the portal's: it did not take the request.
+constexpr uint notTaken = ~0U;
 
 QString newToken() {
     static uint count = 0;
@@ -50,11 +53,13 @@ PortalSession::PortalSession(QDBusConnection connection, const QString& applicat
                      [this](const QDBusObjectPath& session, const QString& id, qulonglong,
                             const QVariantMap&) { deactivated(session.path(), id); });
     introduce(applicationId);
-    create();
+    asking.spawn(ask());
 }
 
 PortalSession::~PortalSession() {
-    forgetRequest();
+    if (request) {
+        request->Close();
+    }
     closeSession();
 }
 
@@ -69,6 +74,7 @@ void PortalSession::introduce(const QString& applicationId) {
 
 void PortalSession::portalChanged(const QString& newOwner) {
     if (newOwner.isEmpty()) {
+        asking.cancelAll();
         request.reset();
         sessionPath.clear();
         isDown = false;
@@ -76,57 +82,46 @@ void PortalSession::portalChanged(const QString& newOwner) {
             state = State::idle;
         }
     } else if (state == State::idle) {
-        create();
+        asking.spawn(ask());
     }
 }
 
-void PortalSession::create() {
-    state = State::creating;
-    auto options = optionsOfRequest([this](uint response, const QVariantMap& results) {
-        created(response, results); //
-    });
+Task<> PortalSession::ask() {
+    state = State::asking;
     const auto sessionToken = newToken();
-    options.insert(u"session_handle_token"_s, sessionToken);
-    // Some desktops take the shortcuts here and ignore those of BindShortcuts.
-    options.insert(u"shortcuts"_s, QVariant::fromValue(shortcuts));
     sessionPath = handlePath(u"session"_s, sessionToken);
-    watchCall(shortcutsPortal->CreateSession(options));
-}
-
-void PortalSession::created(uint response, const QVariantMap& results) {
+    // Some desktops take the shortcuts here and ignore those of BindShortcuts.
+    const QVariantMap options{{u"session_handle_token"_s, sessionToken},
+                              {u"shortcuts"_s, QVariant::fromValue(shortcuts)}};
+    const auto create = [this](const QVariantMap& all) { return shortcutsPortal->CreateSession(all); };
+    auto creating = requested(create, options);
+    const auto created = co_await creating;
     // Text by the interface's history, an object path by its description.
-    const auto handle = results.value(u"session_handle"_s);
+    const auto handle = created.results.value(u"session_handle"_s);
     const auto path =
         handle.canConvert<QDBusObjectPath>() ? handle.value<QDBusObjectPath>().path() : handle.toString();
     // The path follows from the token (org.freedesktop.portal.Session).
-    if (response != success || path != sessionPath) {
-        refuse();
-        return;
+    if (created.code != success || path != sessionPath) {
+        giveUp(created.code);
+        co_return;
     }
-    bind();
-}
-
-void PortalSession::bind() {
-    state = State::binding;
-    const auto options = optionsOfRequest([this](uint response, const QVariantMap& results) {
-        bindingEnded(response, results); //
-    });
-    watchCall(shortcutsPortal->BindShortcuts(QDBusObjectPath(sessionPath), shortcuts, QString(), options));
-}
-
-void PortalSession::bindingEnded(uint response, const QVariantMap& results) {
-    const auto given = portal::shortcutsOf(results.value(u"shortcuts"_s));
+    const auto bind = [this](const QVariantMap& all) {
+        return shortcutsPortal->BindShortcuts(QDBusObjectPath(sessionPath), shortcuts, {}, all);
+    };
+    auto binding = requested(bind, {});
+    const auto bound = co_await binding;
+    const auto given = portal::shortcutsOf(bound.results.value(u"shortcuts"_s));
     const bool isOurs = std::ranges::any_of(given, [](const auto& each) { return each.id == shortcutId; });
-    if (response != success || !isOurs) {
-        refuse();
-        return;
+    if (bound.code != success || !isOurs) {
+        giveUp(bound.code);
+        co_return;
     }
     state = State::bound;
 }
 
-void PortalSession::refuse() {
+void PortalSession::giveUp(uint code) {
     closeSession();
-    state = State::refused;
+    state = code == notTaken ? State::idle : State::refused;
 }
 
 void PortalSession::activated(const QString& session, const QString& id, const QVariantMap& options) {
@@ -145,37 +140,25 @@ void PortalSession::deactivated(const QString& session, const QString& id) {
 
 /// Listens for the answer before the question is asked: the path of the answer follows from the token
 /// (org.freedesktop.portal.Request).
-QVariantMap PortalSession::optionsOfRequest(OnResponse onResponse) {
+Task<PortalSession::Response> PortalSession::requested(Call call, QVariantMap options) {
     const auto token = newToken();
+    options.insert(u"handle_token"_s, token);
     request = std::make_unique<Request>(service, handlePath(u"request"_s, token), bus);
-    QObject::connect(request.get(), &Request::Response, &context,
-                     [this, onResponse = std::move(onResponse)](uint response, const QVariantMap& results) {
-                         // A second answer finds nobody. Not destroyed inside its own signal.
-                         request->disconnect(&context);
-                         request.release()->deleteLater();
-                         onResponse(response, results);
+    Promise<Response> response;
+    auto answer = response.task();
+    QObject::connect(request.get(), &Request::Response, request.get(),
+                     [response](uint code, const QVariantMap& results) {
+                         response.fulfil({code, results});
                      });
-    return {{u"handle_token"_s, token}};
-}
-
-void PortalSession::watchCall(const QDBusPendingCall& call) {
-    auto* const ended = new QDBusPendingCallWatcher(call, &context);
-    QObject::connect(ended, &QDBusPendingCallWatcher::finished, &context,
-                     [this, ended, path = request->path()] {
-                         ended->deleteLater();
-                         if (ended->isError() && request && request->path() == path) {
-                             request.reset();
-                             closeSession();
-                             state = State::idle;
-                         }
-                     });
-}
-
-void PortalSession::forgetRequest() {
-    if (request) {
-        request->Close();
-        request.reset();
-    }
+    QDBusPendingCallWatcher taken(call(options));
+    QObject::connect(&taken, &QDBusPendingCallWatcher::finished, &taken, [&] {
+        if (taken.isError()) {
+            response.fulfil({notTaken, {}});
+        }
+    });
+    auto result = co_await answer;
+    request.reset();
+    co_return result;
 }
 
 void PortalSession::closeSession() {

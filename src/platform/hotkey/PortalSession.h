@@ -1,9 +1,12 @@
 #pragma once
 
+#include "core/Task.h"
+#include "core/TaskScope.h"
 #include "platform/hotkey/HotKeyService.h"
 #include "platform/hotkey/PortalShortcut.h"
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
@@ -28,26 +31,24 @@ private:
     enum class State {
         /// Nothing is under way: there is no portal, or it cannot do it.
         idle,
-        creating,
-        binding,
+        asking,
         bound,
         /// The user, or the desktop in the user's name, said no.
         refused,
     };
-    using OnResponse = std::function<void(uint response, const QVariantMap& results)>;
+    struct Response {
+        uint code;
+        QVariantMap results;
+    };
+    using Call = std::function<QDBusPendingCall(const QVariantMap& options)>;
 
     void introduce(const QString& applicationId);
     void portalChanged(const QString& newOwner);
-    void create();
-    void created(uint response, const QVariantMap& results);
-    void bind();
-    void bindingEnded(uint response, const QVariantMap& results);
-    void refuse();
+    [[nodiscard]] Task<> ask();
+    [[nodiscard]] Task<Response> requested(Call call, QVariantMap options);
+    void giveUp(uint code);
     void activated(const QString& session, const QString& id, const QVariantMap& options);
     void deactivated(const QString& session, const QString& id);
-    [[nodiscard]] QVariantMap optionsOfRequest(OnResponse onResponse);
-    void watchCall(const QDBusPendingCall& call);
-    void forgetRequest();
     void closeSession();
     [[nodiscard]] QString handlePath(const QString& kind, const QString& token) const;
 
@@ -62,6 +63,7 @@ private:
     std::unique_ptr<OrgFreedesktopPortalGlobalShortcutsInterface> shortcutsPortal;
     std::unique_ptr<OrgFreedesktopPortalRequestInterface> request;
     QObject context;
+    TaskScope asking;
 };
 
 } // namespace quillo

@@ -1,29 +1,13 @@
 #include "platform/hotkey/PortalShortcut.h"
 
-#include <QDBusMetaType>
 #include <QDBusObjectPath>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace quillo::portal {
 
-QDBusArgument& operator<<(QDBusArgument& argument, const Shortcut& shortcut) {
-    argument.beginStructure();
-    argument << shortcut.id << shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, Shortcut& shortcut) {
-    argument.beginStructure();
-    argument >> shortcut.id >> shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
-
 void registerTypes() {
-    qDBusRegisterMetaType<Shortcut>();
-    qDBusRegisterMetaType<Shortcuts>();
+    dbus::registerStructures<Shortcut>();
     // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
     // that carries a type whose name it does not know.
     qRegisterMetaType<QDBusObjectPath>();

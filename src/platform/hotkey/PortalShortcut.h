@@ -1,22 +1,23 @@
 #pragma once
 
-#include <QDBusArgument>
-#include <QList>
-#include <QMetaType>
+#include "platform/desktop/DBusStructure.h"
+
 #include <QString>
 #include <QVariantMap>
 
 namespace quillo::portal {
 
+using dbus::operator<<;
+using dbus::operator>>;
+
 /// A shortcut as the portal sends and takes it: `(sa{sv})`.
 struct Shortcut {
     QString id = {};
     QVariantMap properties = {};
+
+    static constexpr std::tuple members{&Shortcut::id, &Shortcut::properties};
 };
 using Shortcuts = QList<Shortcut>;
-
-QDBusArgument& operator<<(QDBusArgument& argument, const Shortcut& shortcut);
-const QDBusArgument& operator>>(const QDBusArgument& argument, Shortcut& shortcut);
 
 /// Makes the types known to Qt's D-Bus classes; may be called again.
 void registerTypes();
@@ -25,5 +26,3 @@ void registerTypes();
 [[nodiscard]] Shortcuts shortcutsOf(const QVariant& value);
 
 } // namespace quillo::portal
-
-Q_DECLARE_METATYPE(quillo::portal::Shortcut)

@@ -1,27 +1,19 @@
 #include "platform/secrets/Keychain.h"
 
-#include <QFileInfo>
+#include "platform/desktop/Sandbox.h"
+
 #include <QStringDecoder>
 
 #include <libsecret/secret.h>
 
 #include <memory>
 #include <mutex>
-#include <string_view>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
 namespace {
-
-using namespace std::string_view_literals;
-
-constexpr auto serviceName = "org.freedesktop.secrets";
-constexpr auto servicePath = "/org/freedesktop/secrets";
-constexpr auto serviceInterface = "org.freedesktop.Secret.Service";
-constexpr auto collectionInterface = "org.freedesktop.Secret.Collection";
-
-/// For the questions that precede every change; a daemon that was just started answers well within it.
-constexpr int questionTimeoutMs = 10'000;
 
 template <auto release>
 struct Release {
@@ -34,7 +26,8 @@ struct Release {
 using ErrorHandle = std::unique_ptr<GError, Release<g_error_free>>;
 using AttributesHandle = std::unique_ptr<GHashTable, Release<g_hash_table_unref>>;
 using SecretHandle = std::unique_ptr<SecretValue, Release<secret_value_unref>>;
-using VariantHandle = std::unique_ptr<GVariant, Release<g_variant_unref>>;
+using ServiceHandle = std::unique_ptr<SecretService, Release<g_object_unref>>;
+using CollectionHandle = std::unique_ptr<SecretCollection, Release<g_object_unref>>;
 
 void releaseItems(GList* items) {
     g_list_free_full(items, g_object_unref);
@@ -96,25 +89,6 @@ GDBusConnection* sessionBus() {
     return kept && !g_dbus_connection_is_closed(kept) ? kept : nullptr;
 }
 
-/// Where libsecret keeps a file of its own instead of asking a service.
-bool isSandboxed() {
-    return QFileInfo::exists(QStringLiteral("/.flatpak-info")) || qEnvironmentVariableIsSet("SNAP_NAME");
-}
-
-struct Answer {
-    VariantHandle value;
-    ErrorHandle error;
-};
-
-Answer ask(GDBusConnection* bus, const char* path, const char* interface, const char* method,
-           GVariant* arguments, const char* type) {
-    Answer answer;
-    answer.value.reset(g_dbus_connection_call_sync(bus, serviceName, path, interface, method, arguments,
-                                                   G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE,
-                                                   questionTimeoutMs, nullptr, ErrorSlot(answer.error)));
-    return answer;
-}
-
 bool isTimeout(const GError* error) {
     return g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
            g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY) ||
@@ -148,34 +122,13 @@ SecretReading decode(SecretValue* secret) {
     if (decoder.hasError()) {
         return SecretReading::absent();
     }
-    return SecretReading::found(text.isNull() ? QStringLiteral("") : std::move(text));
-}
-
-Keychain::Change asChange(Keychain::Collection collection) {
-    switch (collection) {
-    case Keychain::Collection::locked:
-        return Keychain::Change::needsUnlock;
-    case Keychain::Collection::missing:
-        return Keychain::Change::needsCollection;
-    case Keychain::Collection::unlocked:
-    case Keychain::Collection::unreachable:
-        break;
-    }
-    return Keychain::Change::failed;
+    return SecretReading::found(text.isNull() ? u""_s : std::move(text));
 }
 
 } // namespace
 
-bool Keychain::set(const QString& account, const QString& value) {
-    return write(account, value) == Change::made;
-}
-
 std::optional<QString> Keychain::get(const QString& account) {
     return read(account).value();
-}
-
-bool Keychain::delete_(const QString& account) {
-    return remove(account) == Change::made;
 }
 
 SecretReading Keychain::read(const QString& account) {
@@ -204,21 +157,14 @@ SecretReading Keychain::read(const QString& account) {
     if (secret) {
         return decode(secret.get());
     }
-    switch (defaultCollection()) {
-    case Collection::unlocked:
-    case Collection::missing:
-        return SecretReading::absent();
-    case Collection::locked:
-    case Collection::unreachable:
-        break;
-    }
-    return SecretReading::unavailable();
+    const auto collection = defaultCollection();
+    const bool isOpen = collection == Collection::unlocked || collection == Collection::missing;
+    return isOpen ? SecretReading::absent() : SecretReading::unavailable();
 }
 
-Keychain::Change Keychain::write(const QString& account, const QString& value) {
-    const auto collection = defaultCollection();
-    if (collection != Collection::unlocked) {
-        return asChange(collection);
+bool Keychain::set(const QString& account, const QString& value) {
+    if (defaultCollection() != Collection::unlocked) {
+        return false;
     }
     const auto attributes = attributesOf(account);
     QByteArray bytes = value.toUtf8();
@@ -233,52 +179,44 @@ Keychain::Change Keychain::write(const QString& account, const QString& value) {
         stored = secret_password_storev_binary_sync(&schema(), attributes.get(), SECRET_COLLECTION_DEFAULT,
                                                     "Quillo", secret.get(), nullptr, problem);
     }));
-    return stored ? Change::made : Change::failed;
+    return stored;
 }
 
-Keychain::Change Keychain::remove(const QString& account) {
+bool Keychain::delete_(const QString& account) {
     const auto collection = defaultCollection();
     if (collection == Collection::locked || collection == Collection::unreachable) {
-        return asChange(collection);
+        return false;
     }
     const auto attributes = attributesOf(account);
     bool deleted = false;
     static_cast<void>(attempt([&](GError** problem) {
         deleted = secret_password_clearv_sync(&schema(), attributes.get(), nullptr, problem);
     }));
-    return deleted ? Change::made : Change::failed;
+    return deleted;
 }
 
 Keychain::Collection Keychain::defaultCollection() {
     if (isSandboxed()) {
-        return Collection::unlocked;
+        return Collection::unlocked; // libsecret keeps a file of its own there instead of asking a service
     }
-    auto* bus = sessionBus();
-    if (!bus) {
+    if (!sessionBus()) {
         return Collection::unreachable;
     }
-    const auto alias =
-        ask(bus, servicePath, serviceInterface, "ReadAlias", g_variant_new("(s)", "default"), "(o)");
-    if (!alias.value) {
+    CollectionHandle collection;
+    const auto error = attempt([&](GError** problem) {
+        const ServiceHandle daemon(secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, problem));
+        if (daemon) {
+            collection.reset(secret_collection_for_alias_sync(daemon.get(), SECRET_COLLECTION_DEFAULT,
+                                                              SECRET_COLLECTION_NONE, nullptr, problem));
+        }
+    });
+    if (error) {
         return Collection::unreachable;
     }
-    const char* path = nullptr;
-    g_variant_get(alias.value.get(), "(&o)", &path);
-    if (path == "/"sv) {
+    if (!collection) {
         return Collection::missing;
     }
-    const auto locked = ask(bus, path, "org.freedesktop.DBus.Properties", "Get",
-                            g_variant_new("(ss)", collectionInterface, "Locked"), "(v)");
-    if (!locked.value) {
-        return Collection::unreachable;
-    }
-    GVariant* unboxed = nullptr;
-    g_variant_get(locked.value.get(), "(v)", &unboxed);
-    const VariantHandle property(unboxed);
-    if (!g_variant_is_of_type(property.get(), G_VARIANT_TYPE_BOOLEAN)) {
-        return Collection::unreachable;
-    }
-    return g_variant_get_boolean(property.get()) ? Collection::locked : Collection::unlocked;
+    return secret_collection_get_locked(collection.get()) ? Collection::locked : Collection::unlocked;
 }
 
 } // namespace quillo

@@ -20,14 +20,6 @@ class Keychain {
 public:
     static constexpr QLatin1StringView service = build::applicationId;
 
-    /// Why a change was not made, so that the caller can do something about it.
-    enum class Change {
-        made,
-        failed,          ///< no item to delete, or the store is out of reach or refused
-        needsUnlock,     ///< the default collection is locked
-        needsCollection, ///< there is no default collection yet
-    };
-
     /// What the default collection, where new items go, is like.
     enum class Collection { unlocked, locked, missing, unreachable };
 
@@ -44,12 +36,6 @@ public:
 
     /// As `get`, and tells absent from out of reach.
     [[nodiscard]] static SecretReading read(const QString& account);
-
-    /// As `set`, and tells why not.
-    static Change write(const QString& account, const QString& value);
-
-    /// As `delete_`, and tells why not.
-    static Change remove(const QString& account);
 
     [[nodiscard]] static Collection defaultCollection();
 };

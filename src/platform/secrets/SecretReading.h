@@ -11,35 +11,26 @@ namespace quillo {
 /// it holds, so that is not the same as "there is none".
 class SecretReading {
 public:
-    [[nodiscard]] static SecretReading found(QString text) {
-        return SecretReading(Outcome::found, std::move(text));
-    }
-    [[nodiscard]] static SecretReading absent() { return SecretReading(Outcome::absent, {}); }
-    [[nodiscard]] static SecretReading unavailable() { return {}; }
-
-    /// As `unavailable()`.
-    SecretReading() = default;
+    [[nodiscard]] static SecretReading found(QString text) { return {true, std::move(text)}; }
+    [[nodiscard]] static SecretReading absent() { return {true, std::nullopt}; }
+    [[nodiscard]] static SecretReading unavailable() { return {false, std::nullopt}; }
 
     /// The store answered that it has no such item, or none that is text.
-    [[nodiscard]] bool isAbsent() const noexcept { return outcome == Outcome::absent; }
+    [[nodiscard]] bool isAbsent() const noexcept { return known && !text; }
 
     /// The store is locked, does not answer or is not there.
-    [[nodiscard]] bool isUnavailable() const noexcept { return outcome == Outcome::unavailable; }
+    [[nodiscard]] bool isUnavailable() const noexcept { return !known; }
 
     /// The stored text, which may be empty; none unless it was found.
-    [[nodiscard]] std::optional<QString> value() const {
-        return outcome == Outcome::found ? std::optional(text) : std::nullopt;
-    }
+    [[nodiscard]] const std::optional<QString>& value() const noexcept { return text; }
 
     [[nodiscard]] bool operator==(const SecretReading&) const = default;
 
 private:
-    enum class Outcome { found, absent, unavailable };
+    SecretReading(bool said, std::optional<QString> secret) : known(said), text(std::move(secret)) {}
 
-    SecretReading(Outcome what, QString secret) : outcome(what), text(std::move(secret)) {}
-
-    Outcome outcome = Outcome::unavailable;
-    QString text;
+    bool known;
+    std::optional<QString> text;
 };
 
 } // namespace quillo

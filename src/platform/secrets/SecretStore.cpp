@@ -1,11 +1,12 @@
 #include "platform/secrets/SecretStore.h"
 
-#include "core/Awaiters.h"
-#include "platform/secrets/Keychain.h"
+#include "platform/secrets/OpenCollection.h"
 #include "platform/secrets/SecretServiceInterface.h"
 
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
+
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -14,10 +15,12 @@ namespace quillo {
 
 namespace {
 
+using Collection = Keychain::Collection;
+
 const auto serviceName = u"org.freedesktop.secrets"_s;
 
-Keychain::Change make(const QString& account, const std::optional<QString>& value) {
-    return value ? Keychain::write(account, *value) : Keychain::remove(account);
+bool isUsable(Collection collection) {
+    return collection == Collection::unlocked || collection == Collection::missing;
 }
 
 } // namespace
@@ -26,180 +29,133 @@ SecretStore::SecretStore(const QDBusConnection& sessionBus)
     : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
           serviceName, u"/org/freedesktop/secrets"_s, sessionBus)),
       serviceWatcher(std::make_unique<QDBusServiceWatcher>(serviceName, sessionBus,
-                                                           QDBusServiceWatcher::WatchForRegistration)),
-      opener(*service) {
+                                                           QDBusServiceWatcher::WatchForRegistration)) {
     watchService();
 }
 
 SecretStore::~SecretStore() {
-    scope.cancelAll();
-    const auto firstWaiting = requests.begin() + (working ? 1 : 0);
-    for (auto request = firstWaiting; request != requests.end(); ++request) {
-        if (const auto* write = std::get_if<Write>(&request->what)) {
-            work([account = write->account, value = write->value] { return make(account, value); },
-                 [](auto) {});
+    std::vector<Task<Outcome>> last;
+    for (const auto& [operation, answer] : requests) {
+        const bool isWithWorker = &operation == &requests.front().operation && !collectionOpened;
+        if (!isWithWorker && (operation.kind == Kind::set || operation.kind == Kind::delete_)) {
+            last.push_back(worker.run([operation = operation] { return attempt(operation); }));
         }
     }
     static_cast<void>(worker.waitForJobs(2s));
-    while (!requests.empty()) {
-        if (std::holds_alternative<Read>(requests.front().what)) {
-            finish<Read>(SecretReading::unavailable());
-        } else if (std::holds_alternative<Write>(requests.front().what)) {
-            finish<Write>(false);
-        } else {
-            finish<Unlock>(Availability::unreachable);
-        }
+    for (const auto& request : requests) {
+        request.answer.fulfil({});
     }
-}
-
-/// Has the worker do the work, and gives the result to `then`.
-void SecretStore::work(auto what, auto then) {
-    const auto finish = [](auto result, auto use) -> Task<> { use(co_await result); };
-    jobs.spawn(finish(worker.run(std::move(what)), std::move(then)));
-}
-
-template <typename T>
-auto SecretStore::enqueue(T request) {
-    auto future = request.answer.future();
-    requests.push_back(Request{std::move(request)});
-    proceed();
-    return future;
 }
 
 Task<SecretReading> SecretStore::get(QString account) {
-    UntilFinished answered(enqueue(Read{account, {}}));
-    auto reading = co_await answered;
-    co_return reading;
+    if (collectionOpened) {
+        co_return foresee(account, requests.size());
+    }
+    auto reading = request({Kind::get, std::move(account), {}});
+    const auto outcome = co_await reading;
+    co_return outcome.reading;
 }
 
 Task<bool> SecretStore::set(QString account, QString value) {
-    UntilFinished answered(enqueue(Write{account, value, {}}));
-    const bool stored = co_await answered;
-    co_return stored;
+    auto setting = request({Kind::set, std::move(account), std::move(value)});
+    const auto outcome = co_await setting;
+    co_return outcome.done;
 }
 
 Task<bool> SecretStore::delete_(QString account) {
-    UntilFinished answered(enqueue(Write{account, std::nullopt, {}}));
-    const bool deleted = co_await answered;
-    co_return deleted;
+    auto deleting = request({Kind::delete_, std::move(account), {}});
+    const auto outcome = co_await deleting;
+    co_return outcome.done;
 }
 
-void SecretStore::enqueueSet(const QString& account, const QString& value) {
-    enqueue(Write{account, value, {}});
-}
-
-void SecretStore::enqueueDelete(const QString& account) {
-    enqueue(Write{account, std::nullopt, {}});
-}
-
-Task<SecretStore::Availability> SecretStore::unlock() {
+Task<bool> SecretStore::unlock() {
     refused = false;
-    UntilFinished answered(enqueue(Unlock{}));
-    const auto availability = co_await answered;
-    co_return availability;
+    auto unlocking = request({Kind::unlock, {}, {}});
+    const auto outcome = co_await unlocking;
+    co_return outcome.done;
 }
 
-void SecretStore::proceed() {
-    if (prompting) {
-        answerReadsWhilePrompting();
-    } else if (!working && !requests.empty()) {
-        working = true;
-        std::visit([this](const auto& request) { start(request); }, requests.front().what);
+/// On the worker's thread.
+SecretStore::Outcome SecretStore::attempt(const Operation& operation) {
+    Outcome outcome;
+    if (operation.kind == Kind::get) {
+        outcome.reading = Keychain::read(operation.account);
+        outcome.collection = outcome.reading.isUnavailable() ? Collection::unreachable : Collection::unlocked;
+        return outcome;
+    }
+    outcome.collection = Keychain::defaultCollection();
+    switch (operation.kind) {
+    case Kind::set:
+        outcome.done = Keychain::set(operation.account, operation.value);
+        break;
+    case Kind::delete_:
+        outcome.done = Keychain::delete_(operation.account);
+        break;
+    case Kind::get:
+    case Kind::unlock:
+        outcome.done = isUsable(outcome.collection);
+        break;
+    }
+    return outcome;
+}
+
+Task<SecretStore::Outcome> SecretStore::request(Operation operation) {
+    requests.push_back({std::move(operation), {}});
+    auto result = requests.back().answer.task();
+    if (requests.size() == 1) {
+        work.spawn(carryOut());
+    }
+    return result;
+}
+
+Task<> SecretStore::carryOut() {
+    for (; !requests.empty(); requests.pop_front()) {
+        auto first = tryFirst();
+        auto outcome = co_await first;
+        if (mayAskUser(outcome)) {
+            auto asking = askUser();
+            co_await asking;
+            auto again = tryFirst();
+            outcome = co_await again;
+        }
+        requests.front().answer.fulfil(outcome);
+        note(outcome.collection);
     }
 }
 
-void SecretStore::start(const Read& read) {
-    work([account = read.account] { return Keychain::read(account); },
-         [this](const SecretReading& reading) {
-             working = false;
-             finish<Read>(reading);
-             note(reading.isUnavailable() ? Usability::unusable : Usability::usable);
-             proceed();
-         });
+Task<SecretStore::Outcome> SecretStore::tryFirst() {
+    return worker.run([operation = requests.front().operation] { return attempt(operation); });
 }
 
-void SecretStore::start(const Write& write) {
-    const auto change = [account = write.account, value = write.value] { return make(account, value); };
-    work(change, [this](Keychain::Change outcome) {
-        working = false;
-        const bool locked = outcome == Keychain::Change::needsUnlock;
-        if (locked) {
-            note(Usability::unusable);
-        }
-        if ((locked || outcome == Keychain::Change::needsCollection) && mayAskUser()) {
-            askUser();
-        } else {
-            finish<Write>(outcome == Keychain::Change::made);
-        }
-        if (outcome == Keychain::Change::made) {
-            note(Usability::usable);
-        }
-        proceed();
-    });
+bool SecretStore::mayAskUser(const Outcome& outcome) const {
+    const auto kind = requests.front().operation.kind;
+    const bool isClosed = outcome.collection == Collection::locked ||
+                          (outcome.collection == Collection::missing && kind == Kind::set);
+    return isClosed && !refused;
 }
 
-void SecretStore::start(const Unlock&) {
-    work(Keychain::defaultCollection, [this](Keychain::Collection collection) {
-        working = false;
-        const bool usable =
-            collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing;
-        if (usable) {
-            finish<Unlock>(Availability::available);
-        } else if (collection == Keychain::Collection::unreachable) {
-            finish<Unlock>(Availability::unreachable);
-        } else if (mayAskUser()) {
-            askUser();
-        } else {
-            finish<Unlock>(Availability::locked);
-        }
-        note(usable ? Usability::usable : Usability::unusable);
-        proceed();
-    });
-}
-
-template <typename T, typename Result>
-void SecretStore::finish(Result result) {
-    auto request = std::move(requests.front());
-    requests.pop_front();
-    std::get<T>(request.what).answer.give(std::move(result));
-}
-
-bool SecretStore::mayAskUser() const {
-    return !refused && !requests.front().userWasAsked;
-}
-
-void SecretStore::askUser() {
-    requests.front().userWasAsked = true;
-    prompting = true;
-    scope.spawn(openCollection());
-}
-
-Task<void> SecretStore::openCollection() {
-    auto opening = opener.open();
-    const bool opened = co_await opening;
-    prompting = false;
+Task<> SecretStore::askUser() {
+    note(Collection::locked);
+    auto answer = collectionOpened.emplace().task();
+    answerLookUps();
+    opening.spawn(openCollection(*collectionOpened));
+    const bool opened = co_await answer;
+    collectionOpened.reset();
+    opening.cancelAll();
     refused = !opened;
-    if (refused) {
-        refuseWaitingUnlocks();
-    }
-    proceed();
 }
 
-void SecretStore::refuseWaitingUnlocks() {
-    std::erase_if(requests, [](Request& request) {
-        auto* const unlock = std::get_if<Unlock>(&request.what);
-        if (unlock) {
-            unlock->answer.give(Availability::locked);
-        }
-        return unlock != nullptr;
-    });
+Task<> SecretStore::openCollection(Promise<bool> opened) {
+    auto asking = openDefaultCollection(*service);
+    opened.fulfil(co_await asking);
 }
 
-void SecretStore::answerReadsWhilePrompting() {
-    for (std::size_t position = 0; position < requests.size();) {
-        auto* const read = std::get_if<Read>(&requests[position].what);
-        if (read) {
-            read->answer.give(foresee(read->account, position));
+/// Those that stand behind a change that waits for the user.
+void SecretStore::answerLookUps() {
+    for (std::size_t position = 1; position < requests.size();) {
+        const auto& [operation, answer] = requests[position];
+        if (operation.kind == Kind::get) {
+            answer.fulfil({.reading = foresee(operation.account, position)});
             requests.erase(requests.begin() + static_cast<std::ptrdiff_t>(position));
         } else {
             ++position;
@@ -209,9 +165,12 @@ void SecretStore::answerReadsWhilePrompting() {
 
 SecretReading SecretStore::foresee(const QString& account, std::size_t position) const {
     while (position-- > 0) {
-        const auto* const write = std::get_if<Write>(&requests[position].what);
-        if (write && write->account == account) {
-            return write->value ? SecretReading::found(*write->value) : SecretReading::absent();
+        const auto& operation = requests[position].operation;
+        if (operation.account == account && operation.kind == Kind::set) {
+            return SecretReading::found(operation.value);
+        }
+        if (operation.account == account && operation.kind == Kind::delete_) {
+            return SecretReading::absent();
         }
     }
     return SecretReading::unavailable();
@@ -233,29 +192,30 @@ void SecretStore::lookAgain() {
     if (usability != Usability::unusable) {
         return;
     }
-    if (looking != Looking::no) {
+    if (looking == Looking::no) {
+        looking = Looking::now;
+        work.spawn(look());
+    } else {
         looking = Looking::onceMore; // what is being read now may be older than this hint
-        return;
     }
-    looking = Looking::now;
-    work(Keychain::defaultCollection, [this](Keychain::Collection collection) {
-        const bool onceMore = std::exchange(looking, Looking::no) == Looking::onceMore;
-        if (collection == Keychain::Collection::unlocked || collection == Keychain::Collection::missing) {
-            forgetPrompt();
-            note(Usability::usable);
-            proceed();
-        } else if (onceMore) {
-            lookAgain();
+}
+
+Task<> SecretStore::look() {
+    auto reading = worker.run(Keychain::defaultCollection);
+    const auto collection = co_await reading;
+    const bool onceMore = std::exchange(looking, Looking::no) == Looking::onceMore;
+    if (isUsable(collection)) {
+        if (collectionOpened) {
+            collectionOpened->fulfil(true);
         }
-    });
+        note(collection);
+    } else if (onceMore) {
+        lookAgain();
+    }
 }
 
-void SecretStore::forgetPrompt() {
-    scope.cancelAll();
-    prompting = false;
-}
-
-void SecretStore::note(Usability now) {
+void SecretStore::note(Collection collection) {
+    const auto now = isUsable(collection) ? Usability::usable : Usability::unusable;
     const auto before = std::exchange(usability, now);
     if (before == Usability::unusable && now == Usability::usable) {
         refused = false;

@@ -1,21 +1,18 @@
 #pragma once
 
+#include "core/Promise.h"
 #include "core/Signal.h"
 #include "core/Task.h"
 #include "core/TaskScope.h"
 #include "core/WorkQueue.h"
-#include "platform/secrets/CollectionOpener.h"
-#include "platform/secrets/SecretReading.h"
+#include "platform/secrets/Keychain.h"
 
 #include <QDBusConnection>
-#include <QFuture>
-#include <QPromise>
 #include <QString>
 
 #include <deque>
 #include <memory>
 #include <optional>
-#include <variant>
 
 class OrgFreedesktopSecretServiceInterface;
 class QDBusServiceWatcher;
@@ -31,108 +28,74 @@ namespace quillo {
 /// `unlock` is called or the collection was opened elsewhere.
 class SecretStore {
 public:
-    enum class Availability {
-        available,   ///< open, or with nothing in it yet
-        locked,      ///< and the user did not unlock it
-        unreachable, ///< no service, or one that does not answer
-    };
-
     explicit SecretStore(const QDBusConnection& sessionBus = QDBusConnection::sessionBus());
     SecretStore(const SecretStore&) = delete;
     SecretStore& operator=(const SecretStore&) = delete;
 
     /// Changes not yet made get two seconds. A prompt without an answer or a daemon that hangs is left
-    /// behind; tasks that still wait end with `unavailable`, false or `unreachable`.
+    /// behind; tasks that still wait end with `unavailable` or false.
     ~SecretStore();
 
     [[nodiscard]] Task<SecretReading> get(QString account);
 
     /// True when the value was stored. Dropping the task does not take the change back, here and below.
-    [[nodiscard]] Task<bool> set(QString account, QString value);
+    Task<bool> set(QString account, QString value);
 
     /// True when an item was deleted.
-    [[nodiscard]] Task<bool> delete_(QString account);
-
-    /// The same for those who do not ask what became of it.
-    void enqueueSet(const QString& account, const QString& value);
-    void enqueueDelete(const QString& account);
+    Task<bool> delete_(QString account);
 
     /// Asks the user to unlock the default collection if it is locked, and waits for the answer, for hours if
-    /// need be. A collection that does not exist is not made.
-    [[nodiscard]] Task<Availability> unlock();
+    /// need be. True when it is open then, or there is none; a collection that does not exist is not made.
+    Task<bool> unlock();
 
     /// The store could not be used before, and now it can: it was unlocked, by whomever, or its service came
     /// up. Not emitted when it could be used from the start.
     Signal<> becameAvailable;
 
 private:
-    /// One answer to one waiting task.
-    template <typename T>
-    class Answer {
-    public:
-        Answer() { promise.start(); }
-        [[nodiscard]] QFuture<T> future() const { return promise.future(); }
-        void give(T result) {
-            promise.addResult(std::move(result));
-            promise.finish();
-        }
-
-    private:
-        QPromise<T> promise;
-    };
-
-    struct Read {
+    enum class Kind { get, set, delete_, unlock };
+    struct Operation {
+        Kind kind;
         QString account;
-        Answer<SecretReading> answer;
+        QString value;
     };
-    struct Write {
-        QString account;
-        std::optional<QString> value; ///< none: delete
-        Answer<bool> answer;
-    };
-    struct Unlock {
-        Answer<Availability> answer;
+    struct Outcome {
+        Keychain::Collection collection = Keychain::Collection::unreachable;
+        SecretReading reading = SecretReading::unavailable();
+        bool done = false;
     };
     struct Request {
-        std::variant<Read, Write, Unlock> what;
-        bool userWasAsked = false;
+        Operation operation;
+        Promise<Outcome> answer;
     };
     enum class Usability { unknown, usable, unusable };
 
     /// `onceMore`: something happened while the worker was looking.
     enum class Looking { no, now, onceMore };
 
-    void work(auto what, auto then);
-    template <typename T>
-    auto enqueue(T request);
-    void proceed();
-    void start(const Read& read);
-    void start(const Write& write);
-    void start(const Unlock& unlock);
-    template <typename T, typename Result>
-    void finish(Result result);
-    [[nodiscard]] bool mayAskUser() const;
-    void askUser();
-    [[nodiscard]] Task<void> openCollection();
-    void refuseWaitingUnlocks();
-    void forgetPrompt();
-    void answerReadsWhilePrompting();
+    [[nodiscard]] static Outcome attempt(const Operation& operation);
+    [[nodiscard]] Task<Outcome> request(Operation operation);
+    [[nodiscard]] Task<Outcome> tryFirst();
+    [[nodiscard]] Task<> carryOut();
+    [[nodiscard]] bool mayAskUser(const Outcome& outcome) const;
+    [[nodiscard]] Task<> askUser();
+    [[nodiscard]] Task<> openCollection(Promise<bool> opened);
+    void answerLookUps();
     [[nodiscard]] SecretReading foresee(const QString& account, std::size_t position) const;
     void watchService();
     void lookAgain();
-    void note(Usability now);
+    [[nodiscard]] Task<> look();
+    void note(Keychain::Collection collection);
 
     std::unique_ptr<OrgFreedesktopSecretServiceInterface> service;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher;
-    CollectionOpener opener;
-    std::deque<Request> requests;
-    bool working = false;   ///< the first request is with the worker
-    bool prompting = false; ///< the first request waits for the user
-    bool refused = false;   ///< the last prompt was dismissed
+    std::deque<Request> requests;                  ///< the first is with the worker or waits for the user
+    std::optional<Promise<bool>> collectionOpened; ///< only while the first waits for the user
+    bool refused = false;                          ///< the last prompt was dismissed
     Looking looking = Looking::no;
     Usability usability = Usability::unknown;
-    TaskScope scope;
-    TaskScope jobs;
+    TaskScope opening;
+    TaskScope work;
     WorkQueue worker;
 };
 

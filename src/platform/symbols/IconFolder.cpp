@@ -55,7 +55,7 @@ QString iconThemePath() {
 
 QString installedIconFolder(const QString& executableFolder) {
     const auto folder =
-        QDir::cleanPath(executableFolder + u'/' + QStringLiteral(QUILLO_ICONS_FROM_EXECUTABLE));
+        QDir::cleanPath(executableFolder + u'/' + QString::fromUtf8(QUILLO_ICONS_FROM_EXECUTABLE));
     const auto icon = folder + u"/hicolor/symbolic/apps/quillo-creditcard-symbolic.svg"_s;
     return QFileInfo::exists(icon) ? folder : QString();
 }

@@ -2,10 +2,14 @@
 
 #include <QColor>
 #include <QIcon>
+#include <QImage>
 #include <QPixmap>
 #include <QString>
 
 namespace quillo {
+
+/// A symbol's file painted in one colour, `pixels` wide and high; null when there is no such file.
+[[nodiscard]] QImage symbolImage(const QString& file, int pixels, const QColor& colour);
 
 /// One of the program's symbols, such as "arrow.clockwise", in one colour, `size` logical pixels wide and
 /// high.

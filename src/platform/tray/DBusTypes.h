@@ -1,10 +1,9 @@
 #pragma once
 
+#include "platform/desktop/DBusStructure.h"
+
 #include <QByteArray>
-#include <QDBusArgument>
 #include <QDBusVariant>
-#include <QList>
-#include <QMetaType>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -19,6 +18,7 @@ struct Pixmap {
     int height = 0;
     QByteArray bytes = {};
 
+    static constexpr std::tuple members{&Pixmap::width, &Pixmap::height, &Pixmap::bytes};
     [[nodiscard]] friend bool operator==(const Pixmap&, const Pixmap&) = default;
 };
 using Pixmaps = QList<Pixmap>;
@@ -30,12 +30,17 @@ struct ToolTip {
     QString title = {};
     /// Panels may take markup in it.
     QString description = {};
+
+    static constexpr std::tuple members{&ToolTip::iconName, &ToolTip::iconPixmaps, &ToolTip::title,
+                                        &ToolTip::description};
 };
 
 /// A menu item with some of its properties, (ia{sv}).
 struct MenuItem {
     int id = 0;
     QVariantMap properties = {};
+
+    static constexpr std::tuple members{&MenuItem::id, &MenuItem::properties};
 };
 using MenuItems = QList<MenuItem>;
 
@@ -43,6 +48,8 @@ using MenuItems = QList<MenuItem>;
 struct RemovedProperty {
     int id = 0;
     QStringList names = {};
+
+    static constexpr std::tuple members{&RemovedProperty::id, &RemovedProperty::names};
 };
 using RemovedProperties = QList<RemovedProperty>;
 
@@ -51,7 +58,11 @@ struct MenuLayout {
     int id = 0;
     QVariantMap properties = {};
     QList<MenuLayout> children = {};
+
+    static constexpr std::tuple members{&MenuLayout::id, &MenuLayout::properties, &MenuLayout::children};
 };
+QDBusArgument& operator<<(QDBusArgument& argument, const QList<MenuLayout>& children);
+const QDBusArgument& operator>>(const QDBusArgument& argument, QList<MenuLayout>& children);
 
 /// What happened to a menu item in the panel, (isvu).
 struct MenuEvent {
@@ -59,32 +70,15 @@ struct MenuEvent {
     QString name = {};
     QDBusVariant data = {};
     uint timestamp = 0;
+
+    static constexpr std::tuple members{&MenuEvent::id, &MenuEvent::name, &MenuEvent::data,
+                                        &MenuEvent::timestamp};
 };
 using MenuEvents = QList<MenuEvent>;
 
 /// The keys of a shortcut, aas: one list for each chord, the key last.
 using Shortcut = QList<QStringList>;
 
-QDBusArgument& operator<<(QDBusArgument& argument, const Pixmap& pixmap);
-const QDBusArgument& operator>>(const QDBusArgument& argument, Pixmap& pixmap);
-QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip);
-const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& toolTip);
-QDBusArgument& operator<<(QDBusArgument& argument, const MenuItem& item);
-const QDBusArgument& operator>>(const QDBusArgument& argument, MenuItem& item);
-QDBusArgument& operator<<(QDBusArgument& argument, const RemovedProperty& removed);
-const QDBusArgument& operator>>(const QDBusArgument& argument, RemovedProperty& removed);
-QDBusArgument& operator<<(QDBusArgument& argument, const MenuLayout& layout);
-const QDBusArgument& operator>>(const QDBusArgument& argument, MenuLayout& layout);
-QDBusArgument& operator<<(QDBusArgument& argument, const MenuEvent& event);
-const QDBusArgument& operator>>(const QDBusArgument& argument, MenuEvent& event);
-
 void registerTypes();
 
 } // namespace quillo::dbus
-
-Q_DECLARE_METATYPE(quillo::dbus::Pixmap)
-Q_DECLARE_METATYPE(quillo::dbus::ToolTip)
-Q_DECLARE_METATYPE(quillo::dbus::MenuItem)
-Q_DECLARE_METATYPE(quillo::dbus::RemovedProperty)
-Q_DECLARE_METATYPE(quillo::dbus::MenuLayout)
-Q_DECLARE_METATYPE(quillo::dbus::MenuEvent)

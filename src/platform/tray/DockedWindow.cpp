@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <chrono>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace quillo {
 
 namespace {
@@ -16,7 +18,7 @@ constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait b
 
 DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
     : background(kind), clearToParent(std::move(clear)) {
-    setTitle(QStringLiteral("Quillo"));
+    setTitle(u"Quillo"_s);
     setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     if (background == Background::transparent) {
         constexpr int bits = 8;

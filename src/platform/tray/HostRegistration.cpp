@@ -1,8 +1,9 @@
 #include "platform/tray/HostRegistration.h"
 
-#include <QDBusConnectionInterface>
+#include "platform/desktop/UntilAnswered.h"
+#include "platform/tray/WatcherInterface.h"
+
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QFile>
 
@@ -14,9 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+using Watcher = OrgKdeStatusNotifierWatcherInterface;
+
 const QString watcherService = u"org.kde.StatusNotifierWatcher"_s;
-const QString watcherPath = u"/StatusNotifierWatcher"_s;
-const QString watcherInterface = u"org.kde.StatusNotifierWatcher"_s;
 
 // proc(5): the link of a program whose file was replaced, as an upgrade does, ends in " (deleted)".
 QString executableName(uint process) {
@@ -40,87 +41,74 @@ QDBusMessage busCall(const QString& method, const QString& argument) {
 HostRegistration::HostRegistration(const QDBusConnection& bus, QObject* parent)
     : QObject(parent),
       connection(bus),
-      watcher(watcherService, bus, QDBusServiceWatcher::WatchForOwnerChange) {
-    connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+      ownership(watcherService, bus, QDBusServiceWatcher::WatchForOwnerChange) {
+    connect(&ownership, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString&, const QString& newOwner) { onOwnerChanged(newOwner); });
 }
 
+HostRegistration::~HostRegistration() = default;
+
 void HostRegistration::start() {
-    auto* call =
-        new QDBusPendingCallWatcher(connection.asyncCall(busCall(u"GetNameOwner"_s, watcherService)), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-        call->deleteLater();
-        const QDBusPendingReply<QString> reply = *call;
-        // An error says that nobody owns the name, unless somebody took it in the meantime.
-        if (reply.isValid() || owner.isEmpty()) {
-            onOwnerChanged(reply.isValid() ? reply.value() : QString());
-        }
-    });
+    calls.spawn(findOwner());
+}
+
+Task<> HostRegistration::findOwner() {
+    const QDBusPendingReply<QString> reply = connection.asyncCall(busCall(u"GetNameOwner"_s, watcherService));
+    UntilAnswered answered(reply);
+    co_await answered;
+    // An error says that nobody owns the name, unless somebody took it in the meantime.
+    if (reply.isValid() || owner.isEmpty()) {
+        onOwnerChanged(reply.isValid() ? reply.value() : QString());
+    }
 }
 
 void HostRegistration::onOwnerChanged(const QString& newOwner) {
     if (newOwner == owner && state != State::unknown) {
         return;
     }
-    if (!owner.isEmpty()) {
-        connection.disconnect(owner, watcherPath, watcherInterface, u"StatusNotifierHostRegistered"_s, this,
-                              SLOT(onHostRegistered()));
-    }
+    calls.cancelAll();
+    watcher.reset();
     owner = newOwner;
     state = owner.isEmpty() ? State::noWatcher : State::unidentified;
     if (owner.isEmpty()) {
         Q_EMIT watcherLost();
         return;
     }
-    connection.connect(owner, watcherPath, watcherInterface, u"StatusNotifierHostRegistered"_s, this,
-                       SLOT(onHostRegistered()));
-    identify();
+    watcher = std::make_unique<Watcher>(owner, u"/StatusNotifierWatcher"_s, connection);
+    // A panel may be slow in starting; its answer is taken whenever it comes.
+    watcher->setTimeout(std::numeric_limits<int>::max());
+    connect(watcher.get(), &Watcher::StatusNotifierHostRegistered, this, [this] {
+        if (state == State::refused) {
+            calls.spawn(ask());
+        }
+    });
+    calls.spawn(identify());
 }
 
-void HostRegistration::identify() {
-    auto* call = new QDBusPendingCallWatcher(
-        connection.asyncCall(busCall(u"GetConnectionUnixProcessID"_s, owner)), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, asked = owner] {
-        call->deleteLater();
-        if (owner != asked) {
-            return;
-        }
-        const QDBusPendingReply<uint> reply = *call;
-        state = State::found;
-        Q_EMIT watcherFound(reply.isValid() ? executableName(reply.value()) : QString());
-    });
+Task<> HostRegistration::identify() {
+    const QDBusPendingReply<uint> reply =
+        connection.asyncCall(busCall(u"GetConnectionUnixProcessID"_s, owner));
+    UntilAnswered answered(reply);
+    co_await answered;
+    state = State::found;
+    Q_EMIT watcherFound(reply.isValid() ? executableName(reply.value()) : QString());
 }
 
 void HostRegistration::registerItem() {
     if (state == State::found) {
-        ask();
+        calls.spawn(ask());
     }
 }
 
-void HostRegistration::ask() {
+Task<> HostRegistration::ask() {
     state = State::asking;
-    auto message =
-        QDBusMessage::createMethodCall(owner, watcherPath, watcherInterface, u"RegisterStatusNotifierItem"_s);
     // The connection's own name: no second one has to be owned, and a sandbox cannot own one.
-    message << connection.baseService();
-    // A panel may be slow in starting; its answer is taken whenever it comes.
-    const auto pending = connection.asyncCall(message, std::numeric_limits<int>::max());
-    auto* call = new QDBusPendingCallWatcher(pending, this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, asked = owner] {
-        call->deleteLater();
-        if (owner != asked) {
-            return;
-        }
-        state = call->isError() ? State::refused : State::registered;
-        if (state == State::registered) {
-            Q_EMIT registered();
-        }
-    });
-}
-
-void HostRegistration::onHostRegistered() {
-    if (state == State::refused) {
-        ask();
+    const auto reply = watcher->RegisterStatusNotifierItem(connection.baseService());
+    UntilAnswered answered(reply);
+    co_await answered;
+    state = reply.isError() ? State::refused : State::registered;
+    if (state == State::registered) {
+        Q_EMIT registered();
     }
 }
 

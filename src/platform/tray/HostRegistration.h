@@ -1,9 +1,16 @@
 #pragma once
 
+#include "core/Task.h"
+#include "core/TaskScope.h"
+
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
+
+#include <memory>
+
+class OrgKdeStatusNotifierWatcherInterface;
 
 namespace quillo {
 
@@ -17,6 +24,7 @@ class HostRegistration final : public QObject {
     Q_OBJECT
 public:
     explicit HostRegistration(const QDBusConnection& connection, QObject* parent = nullptr);
+    ~HostRegistration() override;
 
     /// Begins; the item must be on the bus already.
     void start();
@@ -36,21 +44,20 @@ Q_SIGNALS:
     void watcherLost();
     void registered();
 
-private Q_SLOTS:
-    // Qt connects D-Bus signals of services without a proxy object by name only.
-    void onHostRegistered();
-
 private:
     enum class State { unknown, noWatcher, unidentified, found, asking, refused, registered };
 
     void onOwnerChanged(const QString& newOwner);
-    void identify();
-    void ask();
+    [[nodiscard]] Task<> findOwner();
+    [[nodiscard]] Task<> identify();
+    [[nodiscard]] Task<> ask();
 
     QDBusConnection connection;
-    QDBusServiceWatcher watcher;
+    QDBusServiceWatcher ownership;
     QString owner;
+    std::unique_ptr<OrgKdeStatusNotifierWatcherInterface> watcher; ///< of the present owner
     State state = State::unknown;
+    TaskScope calls; ///< to the present owner, or about it
 };
 
 } // namespace quillo

@@ -1,7 +1,7 @@
 #include "platform/tray/PaintedIcon.h"
 
 #include "platform/symbols/IconFolder.h"
-#include "platform/symbols/SymbolImage.h"
+#include "platform/symbols/Symbols.h"
 
 #include <QFontInfo>
 #include <QFontMetricsF>

@@ -1,7 +1,8 @@
 #include "platform/tray/PanelStyle.h"
 
+#include "platform/desktop/UntilAnswered.h"
+
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QEvent>
 #include <QGuiApplication>
@@ -32,12 +33,11 @@ bool isDark(const QColor& background) {
 } // namespace
 
 PanelStyle::PanelStyle(const QDBusConnection& connection, PanelLook panelLook)
-    : bus(connection), look(panelLook), announced(style()) {
+    : bus(connection), look(panelLook), announced(style()), asking(ask()) {
     bus.connect(portalService, portalPath, settingsInterface, u"SettingChanged"_s,
                 {appearanceGroup, colourSchemeKey}, u"ssv"_s, this,
                 SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     qApp->installEventFilter(this);
-    ask();
 }
 
 PaintStyle PanelStyle::style() const {
@@ -49,17 +49,15 @@ PaintStyle PanelStyle::style() const {
 }
 
 // `Read` is deprecated for `ReadOne`, which portals before 1.17 do not know; it wraps the value twice.
-void PanelStyle::ask() {
+Task<> PanelStyle::ask() {
     auto message = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, u"Read"_s);
     message << appearanceGroup << colourSchemeKey;
-    auto* call = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-        call->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *call;
-        if (reply.isValid()) {
-            prefer(reply.value().variant());
-        }
-    });
+    const QDBusPendingReply<QDBusVariant> reply = bus.asyncCall(message);
+    UntilAnswered answered(reply);
+    co_await answered;
+    if (reply.isValid()) {
+        prefer(reply.value().variant());
+    }
 }
 
 void PanelStyle::onSettingChanged(const QString&, const QString&, const QDBusVariant& value) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Task.h"
 #include "platform/tray/HostTable.h"
 #include "platform/tray/PaintedIcon.h"
 
@@ -37,7 +38,7 @@ private:
     /// As the portal counts.
     enum class Preference : uint { none = 0, dark = 1, light = 2 };
 
-    void ask();
+    [[nodiscard]] Task<> ask();
     void prefer(const QVariant& value);
     void announceIfChanged();
 
@@ -45,6 +46,7 @@ private:
     PanelLook look;
     Preference preference = Preference::none;
     PaintStyle announced;
+    Task<> asking;
 };
 
 } // namespace quillo

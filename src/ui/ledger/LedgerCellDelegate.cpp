@@ -11,6 +11,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 using Badge = LedgerTableModel::Badge;
@@ -31,7 +33,7 @@ QFont badgeFont(QFont font) {
 }
 
 QString badgeText(Badge badge) {
-    return badge == Badge::notPosted ? QStringLiteral("NOT POSTED") : QStringLiteral("PENDING");
+    return badge == Badge::notPosted ? u"NOT POSTED"_s : u"PENDING"_s;
 }
 
 Badge badgeOf(const QModelIndex& index) {

@@ -17,6 +17,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr double largeFigure = 36;
@@ -85,9 +87,9 @@ LedgerHeader::LedgerHeader(QWidget* parent)
 }
 
 void LedgerHeader::layOutTotals() {
-    plus->setText(QStringLiteral("+"));
-    pendingWord->setText(QStringLiteral("pending"));
-    equals->setText(QStringLiteral("="));
+    plus->setText(u"+"_s);
+    pendingWord->setText(u"pending"_s);
+    equals->setText(u"="_s);
 
     auto* figures = new QHBoxLayout;
     figures->setSpacing(figureSpacing);
@@ -140,7 +142,7 @@ void LedgerHeader::showTotals(const LedgerTotals& figures) {
 
     cardSymbol->setVisible(figures.hasPending());
     cardSymbol->setPixmap(
-        symbolPixmap(QStringLiteral("creditcard"), cardSymbolSize, colours.secondary, devicePixelRatioF()));
+        symbolPixmap(u"creditcard"_s, cardSymbolSize, colours.secondary, devicePixelRatioF()));
     showLine(available, figures.available);
     colourText(available, colours.secondary);
     asOf->setText(figures.asOf);

@@ -15,6 +15,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 struct ColumnWidth {
@@ -49,7 +51,7 @@ LedgerTable::LedgerTable(QWidget* parent)
     roomy->setParent(this);
     setStyle(roomy);
     horizontalHeader()->setStyle(roomy);
-    setAccessibleName(QStringLiteral("Transactions"));
+    setAccessibleName(u"Transactions"_s);
     setSelectionBehavior(SelectRows);
     setSelectionMode(ExtendedSelection);
     setEditTriggers(NoEditTriggers);
@@ -267,13 +269,13 @@ void LedgerTable::contextMenuEvent(QContextMenuEvent* event) {
     for (const auto column : {LedgerColumn::date, LedgerColumn::amount, LedgerColumn::runningBalance}) {
         const auto section = static_cast<int>(column);
         const auto title = lines->headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
-        auto* sort = menu->addAction(QStringLiteral("Sort by ") + title.toLower());
+        auto* sort = menu->addAction(u"Sort by "_s + title.toLower());
         sort->setCheckable(true);
         sort->setChecked(column == sortOrder.column);
         connect(sort, &QAction::triggered, this, [this, section] { sortBy(section); });
     }
     menu->addSeparator();
-    auto* copy = menu->addAction(QStringLiteral("Copy"));
+    auto* copy = menu->addAction(u"Copy"_s);
     copy->setEnabled(selectionModel()->hasSelection());
     connect(copy, &QAction::triggered, this, &LedgerTable::copySelection);
     // A key asks for the menu of the current line, wherever the pointer is.

@@ -5,6 +5,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr int columns = 4;
@@ -47,8 +49,7 @@ QVariant LedgerTableModel::data(const QModelIndex& index, int role) const {
     case Qt::AccessibleTextRole: {
         auto spoken = text(line, column);
         if (column == LedgerColumn::description && badgeOf(line) != Badge::none) {
-            spoken += QStringLiteral(", ") + (badgeOf(line) == Badge::notPosted ? QStringLiteral("NOT POSTED")
-                                                                                : QStringLiteral("PENDING"));
+            spoken += u", "_s + (badgeOf(line) == Badge::notPosted ? u"NOT POSTED"_s : u"PENDING"_s);
         }
         return spoken;
     }
@@ -97,13 +98,13 @@ QVariant LedgerTableModel::headerData(int section, Qt::Orientation orientation, 
     }
     switch (column) {
     case LedgerColumn::date:
-        return QStringLiteral("Date");
+        return u"Date"_s;
     case LedgerColumn::description:
-        return QStringLiteral("Merchant / description");
+        return u"Merchant / description"_s;
     case LedgerColumn::amount:
-        return QStringLiteral("Amount");
+        return u"Amount"_s;
     case LedgerColumn::runningBalance:
-        return QStringLiteral("Running balance");
+        return u"Running balance"_s;
     }
     return {};
 }

@@ -19,6 +19,8 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr int buttonSymbolSize = 16;
@@ -42,11 +44,11 @@ LedgerView::LedgerView(LedgerActions whatToDo, QWidget* parent)
     : QWidget(parent),
       actions(std::move(whatToDo)),
       spinner(new Spinner(buttonSymbolSize, this)),
-      pullUpdates(makeButton(QStringLiteral("Pull updates"), QStringLiteral("arrow.clockwise"),
-                             QStringLiteral("Fast + free. Re-reads Plaid's cached copy of your bank data."))),
-      pullFromBank(makeButton(
-          QStringLiteral("Pull from bank"), QStringLiteral("building.columns"),
-          QStringLiteral("Slow (~30s–2min). Asks Plaid to re-pull from your bank. Rate-limited + metered."))),
+      pullUpdates(makeButton(u"Pull updates"_s, u"arrow.clockwise"_s,
+                             u"Fast + free. Re-reads Plaid's cached copy of your bank data."_s)),
+      pullFromBank(
+          makeButton(u"Pull from bank"_s, u"building.columns"_s,
+                     u"Slow (~30s–2min). Asks Plaid to re-pull from your bank. Rate-limited + metered."_s)),
       snapshots(new SnapshotList(this)),
       snapshotPicker(new Picker(this)),
       search(new QLineEdit(this)),
@@ -83,8 +85,8 @@ void LedgerView::connectControls() {
 
 QWidget* LedgerView::makeToolbar() {
     snapshotPicker->setToolTip(
-        QStringLiteral("Switch between the live ledger and any daily snapshot from the past 90 days."));
-    snapshotPicker->setAccessibleDescription(QStringLiteral("Snapshot"));
+        u"Switch between the live ledger and any daily snapshot from the past 90 days."_s);
+    snapshotPicker->setAccessibleDescription(u"Snapshot"_s);
     // Its width does not depend on its entries, so that none of them has to be measured.
     snapshotPicker->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     snapshotPicker->setMinimumContentsLength(pickerLetters);
@@ -93,8 +95,8 @@ QWidget* LedgerView::makeToolbar() {
         list->setUniformItemSizes(true);
     }
     snapshotPicker->setModel(snapshots);
-    search->setPlaceholderText(QStringLiteral("Filter merchants"));
-    search->setAccessibleName(QStringLiteral("Filter merchants"));
+    search->setPlaceholderText(u"Filter merchants"_s);
+    search->setAccessibleName(u"Filter merchants"_s);
     search->setClearButtonEnabled(true);
     search->setMinimumWidth(searchWidth);
 

@@ -35,36 +35,41 @@ auto withKey(LedgerColumn column, auto use) {
     return use(&Transaction::date);
 }
 
-std::vector<LinePosition> allLines(std::size_t count) {
-    std::vector<LinePosition> lines(count);
-    std::iota(lines.begin(), lines.end(), LinePosition{0});
-    return lines;
-}
+/// All lines in ascending order, and where among them each group of equal ones begins.
+struct Sorted {
+    std::vector<LinePosition> lines;
+    std::vector<bool> begins;
+};
 
-std::vector<LinePosition> ascending(const std::vector<Transaction>& lines, LedgerColumn column) {
-    auto sorted = allLines(lines.size());
+Sorted ascending(const std::vector<Transaction>& lines, LedgerColumn column) {
+    Sorted sorted{.lines = std::vector<LinePosition>(lines.size()),
+                  .begins = std::vector<bool>(lines.size())};
+    std::iota(sorted.lines.begin(), sorted.lines.end(), LinePosition{0});
     withKey(column, [&](auto key) {
-        std::ranges::stable_sort(
-            sorted, {}, [&lines, key ](LinePosition line) -> const auto& { return lines[line].*key; });
+        const auto keyOf = [&lines, key ](LinePosition line) -> const auto& {
+            return lines[line].*key;
+        };
+        std::ranges::stable_sort(sorted.lines, {}, keyOf);
+        for (std::size_t place = 0; place < lines.size(); ++place) {
+            sorted.begins[place] = place == 0 || keyOf(sorted.lines[place - 1]) != keyOf(sorted.lines[place]);
+        }
     });
     return sorted;
 }
 
-/// Turned round, with lines of equal keys still in their order.
-std::vector<LinePosition> turnedRound(const std::vector<Transaction>& lines,
-                                      const std::vector<LinePosition>& sorted, LedgerColumn column) {
+/// Turned round, with equal lines still in their order.
+std::vector<LinePosition> turnedRound(const Sorted& sorted) {
     std::vector<LinePosition> turned;
-    turned.reserve(sorted.size());
-    withKey(column, [&](auto key) {
-        for (auto end = sorted.end(); end != sorted.begin();) {
-            auto begin = end - 1;
-            while (begin != sorted.begin() && lines[*(begin - 1)].*key == lines[*begin].*key) {
-                --begin;
-            }
-            turned.insert(turned.end(), begin, end);
-            end = begin;
+    turned.reserve(sorted.lines.size());
+    for (auto end = sorted.lines.size(); end > 0;) {
+        auto begin = end - 1;
+        while (!sorted.begins[begin]) {
+            --begin;
         }
-    });
+        turned.insert(turned.end(), sorted.lines.begin() + static_cast<std::ptrdiff_t>(begin),
+                      sorted.lines.begin() + static_cast<std::ptrdiff_t>(end));
+        end = begin;
+    }
     return turned;
 }
 
@@ -98,7 +103,7 @@ struct PreparedLedger::Index {
     /// The searchable text of every line, one after the other, and where each begins.
     std::string haystack;
     std::vector<std::size_t> starts;
-    std::array<std::vector<LinePosition>, 4> sorted; ///< ascending, by column; none for the description
+    std::array<Sorted, 4> sorted; ///< ascending, by column; none for the description
 };
 
 PreparedLedger::Index::Index(const std::vector<Transaction>& lines) {
@@ -141,7 +146,7 @@ std::vector<LinePosition> PreparedLedger::rows(const QString& search, LedgerSort
 
 std::vector<LinePosition> PreparedLedger::inOrder(LedgerSortOrder order) const {
     const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
-    return order.direction == Qt::AscendingOrder ? sorted : turnedRound(lines(), sorted, order.column);
+    return order.direction == Qt::AscendingOrder ? sorted.lines : turnedRound(sorted);
 }
 
 std::vector<bool> PreparedLedger::holding(const std::string& query) const {

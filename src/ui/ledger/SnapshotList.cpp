@@ -7,11 +7,13 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 QString label(const SnapshotSummary& snapshot) {
     const auto total = snapshot.totalWithPending.value_or(snapshot.totalOwed.value_or(0));
-    return plainLine(snapshot.snapshotDate) + QStringLiteral(" · ") + NumberFormat::dollars(total, 0);
+    return plainLine(snapshot.snapshotDate) + u" · "_s + NumberFormat::dollars(total, 0);
 }
 
 } // namespace
@@ -45,8 +47,7 @@ QVariant SnapshotList::data(const QModelIndex& index, int role) const {
     if (role != Qt::DisplayRole || !checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
-    return index.row() == 0 ? QStringLiteral("Live")
-                            : label((*listed)[static_cast<std::size_t>(index.row() - 1)]);
+    return index.row() == 0 ? u"Live"_s : label((*listed)[static_cast<std::size_t>(index.row() - 1)]);
 }
 
 } // namespace quillo

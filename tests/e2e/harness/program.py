@@ -1,8 +1,10 @@
 """The program under test."""
 
+import contextlib
 import json
 import os
 import pathlib
+import signal
 
 from .keyring import clear_secret, read_secret, store_secret
 from .processes import Child
@@ -70,10 +72,19 @@ class Quillo:
 
         wait_until(idle, "the program to have nothing to do")
 
-    def ends_on(self, signal):
+    def ends_on(self, signal_number):
         """Sends a signal and returns the exit status that follows."""
-        os.kill(self._child.pid, signal)
+        os.kill(self._child.pid, signal_number)
         return self._child.wait()
+
+    @contextlib.contextmanager
+    def stopped(self):
+        """The program stands still: what happens meanwhile reaches it all at once."""
+        os.kill(self._child.pid, signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            os.kill(self._child.pid, signal.SIGCONT)
 
     def wait_for_end(self, *, timeout=30.0):
         return self._child.wait(timeout=timeout)

@@ -191,12 +191,12 @@ private Q_SLOTS:
         fixture->auth.lastAuthError = u"before"_s;
         QStringList order;
         const auto errors = fixture->auth.lastAuthError.observe(
-            Published<std::optional<QString>>::Current::skip,
             Published<std::optional<QString>>::Repeats::deliver,
             [&](const auto& next) { order.append(next.value_or(u"no error"_s)); });
-        const auto states = fixture->auth.state.observe(
-            Published<AuthState>::Current::skip, Published<AuthState>::Repeats::deliver,
-            [&](const auto& next) { order.append(next.isSigningIn() ? u"signing in"_s : u"other"_s); });
+        const auto states =
+            fixture->auth.state.observe(Published<AuthState>::Repeats::deliver, [&](const auto& next) {
+                order.append(next.isSigningIn() ? u"signing in"_s : u"other"_s);
+            });
         fixture->auth.signIn();
         QCOMPARE(order, (QStringList{u"no error"_s, u"signing in"_s}));
     }
@@ -254,9 +254,10 @@ private Q_SLOTS:
         fixture->identity.answer(tokenTarget, Answer::http(503));
         const auto url = beginSignIn();
         std::optional<bool> wasThere;
-        const auto observation = fixture->auth.state.observe(
-            Published<AuthState>::Current::skip, Published<AuthState>::Repeats::deliver,
-            [&](const AuthState&) { wasThere = fixture->auth.lastAuthError->has_value(); });
+        const auto observation =
+            fixture->auth.state.observe(Published<AuthState>::Repeats::deliver, [&](const AuthState&) {
+                wasThere = fixture->auth.lastAuthError->has_value();
+            });
         browser->comeBack(url);
         QVERIFY(waitUntil([&] { return wasThere.has_value(); }));
         QVERIFY(*wasThere);

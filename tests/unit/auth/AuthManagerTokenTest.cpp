@@ -151,6 +151,41 @@ private Q_SLOTS:
         QCOMPARE(storedRefreshToken(), std::optional(u"refresh-2"_s));
     }
 
+    void aRotatedRefreshTokenThatTheKeyringCouldNotStoreIsSentNextTimeAndStoredLater() {
+        keepSession();
+        const Gate gate;
+        fixture->identity.answerInTurn(tokenTarget,
+                                       {Answer::http(200, tokenBody("access-1", 0, "refresh-2")).behind(gate),
+                                        Answer::http(200, tokenBody("access-2"))});
+        auto first = fixture->auth.validAccessToken();
+        QVERIFY(waitUntil([&] { return fixture->identity.count() == 1; }));
+        keyring.lock();
+        gate.open();
+        QCOMPARE(await(std::move(first)), u"access-1"_s);
+        QCOMPARE(await(fixture->auth.validAccessToken()), u"access-2"_s);
+        QCOMPARE(formOf(fixture->identity.requests(tokenTarget).at(1)).value("refresh_token"),
+                 u"refresh-2"_s);
+        keyring.unlock();
+        QVERIFY(waitUntil([&] { return storedRefreshToken() == u"refresh-2"_s; }));
+    }
+
+    void aRefreshTokenThatWasNotStoredIsForgottenWithTheSession() {
+        keepSession();
+        const Gate gate;
+        fixture->identity.answer(tokenTarget,
+                                 Answer::http(200, tokenBody("access-1", 0, "refresh-2")).behind(gate));
+        auto first = fixture->auth.validAccessToken();
+        QVERIFY(waitUntil([&] { return fixture->identity.count() == 1; }));
+        keyring.lock();
+        gate.open();
+        await(std::move(first));
+        fixture->auth.signOut();
+        QCOMPARE(failureOf(fixture->auth.validAccessToken()), notSignedIn);
+        keyring.unlock();
+        await(fixture->auth.restore());
+        QVERIFY(fixture->auth.state->isSignedOut());
+    }
+
     void everyFailureOfARenewalEndsTheSession_data() {
         QTest::addColumn<Answer>("answer");
         QTest::newRow("rejected") << Answer::http(400, R"({"error":"invalid_grant"})");

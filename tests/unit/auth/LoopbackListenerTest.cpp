@@ -8,10 +8,17 @@
 #include <QTcpSocket>
 #include <QTest>
 
+#include <cerrno>
 #include <deque>
+
+#include <arpa/inet.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace quillo;
 using namespace quillo::test;
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -40,6 +47,78 @@ QByteArray pageOf(QTcpSocket& socket) {
     return socket.readAll();
 }
 
+/// A client of the system's own calls, which show what Qt's sockets hide: a half that is closed, a connection
+/// that was reset.
+class PlainClient {
+public:
+    explicit PlainClient(quint16 port) : descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        isConnected = ::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    PlainClient(const PlainClient&) = delete;
+    PlainClient& operator=(const PlainClient&) = delete;
+    ~PlainClient() { ::close(descriptor); }
+
+    /// Sends all of it, in the event loop; false when the other side does not stay for it.
+    [[nodiscard]] bool send(QByteArrayView bytes) const {
+        static_cast<void>(waitUntil([&] {
+            const auto count = ::send(descriptor, bytes.data(), static_cast<std::size_t>(bytes.size()),
+                                      MSG_DONTWAIT | MSG_NOSIGNAL);
+            bytes = bytes.sliced(std::max<qsizetype>(count, 0));
+            return bytes.isEmpty() || (count < 0 && errno != EAGAIN);
+        }));
+        return isConnected && bytes.isEmpty();
+    }
+    void closeSendingHalf() const { ::shutdown(descriptor, SHUT_WR); }
+
+    /// What came until the other side ended the connection in order; "reset" when it did not.
+    [[nodiscard]] QByteArray received() const {
+        QByteArray all;
+        QByteArray piece(4096, Qt::Uninitialized);
+        ssize_t count = 0;
+        static_cast<void>(waitUntil([&] {
+            while ((count = ::recv(descriptor, piece.data(), 4096, MSG_DONTWAIT)) > 0) {
+                all += piece.first(count);
+            }
+            return count == 0 || errno != EAGAIN;
+        }));
+        return count == 0 ? all : QByteArray("reset");
+    }
+
+private:
+    int descriptor;
+    bool isConnected = false;
+};
+
+/// While it lives the process gets no further descriptor.
+class NoDescriptorsLeft {
+public:
+    NoDescriptorsLeft() {
+        getrlimit(RLIMIT_NOFILE, &before);
+        constexpr rlim_t few = 256;
+        const rlimit scarce{few, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &scarce);
+        for (int taken = dup(STDIN_FILENO); taken >= 0; taken = dup(STDIN_FILENO)) {
+            all.push_back(taken);
+        }
+    }
+    NoDescriptorsLeft(const NoDescriptorsLeft&) = delete;
+    NoDescriptorsLeft& operator=(const NoDescriptorsLeft&) = delete;
+    ~NoDescriptorsLeft() {
+        for (const int taken : all) {
+            ::close(taken);
+        }
+        setrlimit(RLIMIT_NOFILE, &before);
+    }
+
+private:
+    rlimit before{};
+    std::vector<int> all;
+};
+
 /// What the wait ended with: the code, or the error's text.
 QString outcome(Task<LoopbackCallback> waiting) {
     try {
@@ -49,7 +128,7 @@ QString outcome(Task<LoopbackCallback> waiting) {
     }
 }
 
-const QString malformed = QStringLiteral("Sign-in callback was malformed");
+const QString malformed = u"Sign-in callback was malformed"_s;
 
 } // namespace
 
@@ -63,8 +142,8 @@ private:
 private Q_SLOTS:
     void init() {
         port = freePort();
-        listener = LoopbackListener::open(port);
-        QVERIFY(listener);
+        listener = std::make_unique<LoopbackListener>();
+        QVERIFY(listener->listen(port));
     }
     void cleanup() { listener.reset(); }
 
@@ -73,8 +152,8 @@ private Q_SLOTS:
         const auto browser = connectTo(port);
         browser->write(redirect);
         const auto callback = await(std::move(waiting));
-        QCOMPARE(callback.code, QStringLiteral("abc"));
-        QCOMPARE(callback.state, QStringLiteral("xyz"));
+        QCOMPARE(callback.code, u"abc"_s);
+        QCOMPARE(callback.state, u"xyz"_s);
         QCOMPARE(pageOf(*browser), callbackResponse(true));
     }
 
@@ -108,7 +187,7 @@ private Q_SLOTS:
         closedUnsaid->disconnectFromHost();
         const auto browser = connectTo(port);
         browser->write(redirect);
-        QCOMPARE(outcome(std::move(waiting)), QStringLiteral("abc"));
+        QCOMPARE(outcome(std::move(waiting)), u"abc"_s);
     }
 
     void aThousandSilentConnectionsDoNotEndTheWait() {
@@ -124,7 +203,7 @@ private Q_SLOTS:
         const auto browser = connectTo(port);
         QVERIFY(browser);
         browser->write(redirect);
-        QCOMPARE(outcome(std::move(waiting)), QStringLiteral("abc"));
+        QCOMPARE(outcome(std::move(waiting)), u"abc"_s);
     }
 
     void aRequestMayArriveInPieces() {
@@ -134,7 +213,7 @@ private Q_SLOTS:
             browser->write(&byte, 1);
             browser->flush();
         }
-        QCOMPARE(outcome(std::move(waiting)), QStringLiteral("abc"));
+        QCOMPARE(outcome(std::move(waiting)), u"abc"_s);
         QCOMPARE(pageOf(*browser), callbackResponse(true));
     }
 
@@ -143,7 +222,40 @@ private Q_SLOTS:
         const auto client = connectTo(port);
         client->write("GET /?code=abc&state=xyz");
         client->disconnectFromHost();
-        QCOMPARE(outcome(std::move(waiting)), QStringLiteral("abc"));
+        QCOMPARE(outcome(std::move(waiting)), u"abc"_s);
+    }
+
+    void aRequestWithoutALineEndThatEndsWithAHalfCloseGetsItsPage() {
+        auto waiting = listener->waitForCallback();
+        const PlainClient client(port);
+        QVERIFY(client.send("GET /?code=abc&state=xyz"));
+        client.closeSendingHalf();
+        QCOMPARE(outcome(std::move(waiting)), u"abc"_s);
+        QCOMPARE(client.received(), callbackResponse(true));
+    }
+
+    void aRequestOfMoreThanCountsGetsItsPageWithoutAReset() {
+        auto waiting = listener->waitForCallback();
+        const PlainClient client(port);
+        QVERIFY(client.send(QByteArray(2'000'000, 'x')));
+        client.closeSendingHalf();
+        QCOMPARE(client.received(), callbackResponse(false));
+        QCOMPARE(outcome(std::move(waiting)), malformed);
+    }
+
+    void aRequestWithoutEndIsCutOff() {
+        auto waiting = listener->waitForCallback();
+        const PlainClient client(port);
+        QVERIFY(!client.send(QByteArray(60'000'000, 'x')));
+        QCOMPARE(outcome(std::move(waiting)), malformed);
+    }
+
+    void aListenerThatCannotAcceptEndsTheWaitWithTheSystemsText() {
+        auto waiting = listener->waitForCallback();
+        const auto client = std::make_unique<QTcpSocket>();
+        client->connectToHost(QHostAddress::LocalHost, port); // its descriptor is there already
+        const NoDescriptorsLeft scarcity;
+        QCOMPARE(outcome(std::move(waiting)), u"Out of resources"_s);
     }
 
     void aRequestThatNeverEndsIsTakenAfterAWhile() {
@@ -160,9 +272,25 @@ private Q_SLOTS:
         const auto browser = connectTo(port);
         browser->write(redirect);
         const auto callback = await(std::move(waiting));
-        QCOMPARE(callback.code, QStringLiteral("abc"));
+        QCOMPARE(callback.code, u"abc"_s);
         early->write("GET /?code=other&state=other HTTP/1.1\r\n\r\n");
         QCOMPARE(pageOf(*early), callbackResponse(true));
+    }
+
+    void aConnectionAcceptedBeforeANewSignInStartsStillGetsItsPageAndDecidesNothing() {
+        auto waiting = listener->waitForCallback();
+        const auto early = connectTo(port);
+        const auto browser = connectTo(port);
+        browser->write("GET /callback?error=access_denied HTTP/1.1\r\n\r\n");
+        QCOMPARE(outcome(std::move(waiting)), malformed);
+        QVERIFY(listener->listen(port));
+        auto waitingAnew = listener->waitForCallback();
+        early->write("GET /?code=other&state=other HTTP/1.1\r\n\r\n");
+        QCOMPARE(pageOf(*early), callbackResponse(true));
+        QVERIFY(!waitingAnew.isFinished());
+        const auto secondBrowser = connectTo(port);
+        secondBrowser->write(redirect);
+        QCOMPARE(outcome(std::move(waitingAnew)), u"abc"_s);
     }
 
     void aBrowserThatDoesNotStayForThePageStillEndsTheWait() {
@@ -179,15 +307,15 @@ private Q_SLOTS:
         const auto browser = connectTo(port);
         browser->write(redirect);
         await(std::move(waiting));
-        QVERIFY(waitUntil([&] { return LoopbackListener::open(port) != nullptr; }));
+        QVERIFY(waitUntil([&] { return LoopbackListener().listen(port); }));
     }
 
-    void thePortIsFreeAtOnceWhenTheListenerIsDropped() {
+    void thePortIsFreeAndConnectionsEndAtOnceWhenTheListenerIsClosed() {
         auto waiting = listener->waitForCallback();
         const auto client = connectTo(port);
         waiting.cancel();
-        listener.reset();
-        QVERIFY(LoopbackListener::open(port));
+        listener->close();
+        QVERIFY(LoopbackListener().listen(port));
         QVERIFY(waitUntil([&] { return client->state() == QAbstractSocket::UnconnectedState; }));
     }
 
@@ -198,7 +326,7 @@ private Q_SLOTS:
         QVERIFY(!waiting.isFinished());
     }
 
-    void aTakenPortCannotBeListenedOn() { QVERIFY(!LoopbackListener::open(port)); }
+    void aTakenPortCannotBeListenedOn() { QVERIFY(!LoopbackListener().listen(port)); }
 
     void onlyTheLoopbackInterfaceIsListenedOn() {
         for (const auto& address : QNetworkInterface::allAddresses()) {

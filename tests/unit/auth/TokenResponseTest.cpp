@@ -1,5 +1,4 @@
 #include "auth/TokenResponse.h"
-#include "auth/EmailClaim.h"
 #include "model/DecodingError.h"
 
 #include <QTest>

@@ -1,17 +1,21 @@
 #include "core/Awaiters.h"
 #include "core/LocalizedError.h"
+#include "core/Promise.h"
 #include "core/TaskScope.h"
 #include "support/ManualClock.h"
 #include "support/Wait.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QPromise>
+#include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 
-#include <thread>
+#include <exception>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace quillo;
 using namespace quillo::test;
@@ -247,38 +251,28 @@ private Q_SLOTS:
         task.cancel();
     }
 
-    void resultOfAnotherThreadArrivesOnThisOne() {
-        QPromise<int> promise;
-        promise.start();
-        auto read = [](QFuture<int> future) -> Task<std::pair<int, QThread*>> {
-            UntilFinished<int> work(std::move(future));
-            const auto value = co_await work;
-            co_return std::pair(value, QThread::currentThread());
-        };
-        auto task = read(promise.future());
-        std::thread worker([&promise] {
-            promise.addResult(7);
-            promise.finish();
-        });
-        const auto [value, thread] = await(std::move(task));
-        worker.join();
-        QCOMPARE(value, 7);
-        QCOMPARE(thread, QThread::currentThread());
+    void onlyTheFirstFulfilmentOfAPromiseReachesItsTaskOnALaterTurn() {
+        Promise<QString> promise;
+        auto task = promise.task();
+        promise.fulfil(QStringLiteral("first"));
+        promise.fulfil(QStringLiteral("second"));
+        QVERIFY(!task.isFinished());
+        QCOMPARE(await(std::move(task)), QStringLiteral("first"));
     }
 
-    void workThatIsAbandonedLeavesTheTaskWaitingAndHarmless() {
-        auto promise = std::make_unique<QPromise<int>>();
-        promise->start();
-        bool resumed = false;
-        auto read = [&resumed](QFuture<int> future) -> Task<> {
-            UntilFinished<int> work(std::move(future));
-            co_await work;
-            resumed = true;
-        };
-        auto task = read(promise->future());
+    void aPromiseToATaskThatWasDroppedReachesNobody() {
+        Promise<int> promise;
+        { const auto dropped = promise.task(); }
+        promise.fulfil(1);
+        drainEvents();
+    }
+
+    void aTaskWhosePromiseIsDroppedWaitsOnAndIsHarmless() {
+        auto promise = std::make_unique<Promise<int>>();
+        auto task = promise->task();
         promise.reset();
         drainEvents();
-        QVERIFY(!resumed);
+        QVERIFY(!task.isFinished());
         task.cancel();
     }
 
@@ -352,22 +346,23 @@ private Q_SLOTS:
         QCOMPARE(scope.count(), 0U);
     }
 
-    void exceptionOfATaskNobodyAwaitsIsNotLost() {
-        ManualClock clock;
-        QString text;
-        TaskScope scope([&text](const std::exception_ptr& thrown) {
-            try {
-                std::rethrow_exception(thrown);
-            } catch (const std::exception& error) {
-                text = errorDescription(error);
-            }
-        });
-        scope.spawn(awaitFailure(clock));
-        clock.advance(1s);
-        QVERIFY(waitUntil([&] { return !text.isEmpty(); }));
-        QCOMPARE(text, QStringLiteral("No luck"));
-        drainEvents();
-        QCOMPARE(scope.count(), 0U);
+    void anExceptionOfATaskNobodyAwaitsEndsTheProgram() {
+        constexpr int told = 7;
+        const auto child = fork();
+        if (child == 0) {
+            std::set_terminate([] { _exit(told); });
+            const auto fail = []() -> Task<> {
+                throw LocalizedError(QStringLiteral("No luck"));
+                co_return;
+            };
+            TaskScope scope;
+            scope.spawn(fail());
+            _exit(0);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), told);
     }
 
     void aScopeKeepsItsTasksApart() {

@@ -37,8 +37,8 @@ private Q_SLOTS:
     void withoutCredentialsTheUserIsAskedToSignIn() {
         auto& store = fixture->start();
         int loading = 0;
-        const auto observation = store.isLoading.observe(
-            Published<bool>::Current::skip, Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
+        const auto observation =
+            store.isLoading.observe(Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
         fixture->waitUntilSettled();
         QCOMPARE(*store.lastError, std::optional(signInFirst));
         using Operation = Task<> (AppStore::*)();

@@ -75,16 +75,15 @@ private Q_SLOTS:
         auto& store = fixture->startRefreshed();
         bool gone = false;
         const auto observation =
-            store.lastError.observe(Published<std::optional<QString>>::Current::skip,
-                                    Published<std::optional<QString>>::Repeats::deliver, [&](const auto&) {
-                                        QMetaObject::invokeMethod(
-                                            QCoreApplication::instance(),
-                                            [&] {
-                                                fixture->stop();
-                                                gone = true;
-                                            },
-                                            Qt::QueuedConnection);
-                                    });
+            store.lastError.observe(Published<std::optional<QString>>::Repeats::deliver, [&](const auto&) {
+                QMetaObject::invokeMethod(
+                    QCoreApplication::instance(),
+                    [&] {
+                        fixture->stop();
+                        gone = true;
+                    },
+                    Qt::QueuedConnection);
+            });
         store.start(store.refresh());
         QVERIFY(waitUntil([&] { return gone; }));
         drainEvents();

@@ -18,7 +18,7 @@ const auto theLink = QByteArray(R"({"item_id":"a","needs_update":true})");
 /// Calls `action` at each announcement.
 template <typename T>
 Observation watch(Published<T>& property, std::function<void()> action) {
-    return property.observe(Published<T>::Current::skip, Published<T>::Repeats::deliver,
+    return property.observe(Published<T>::Repeats::deliver,
                             [action = std::move(action)](const T&) { action(); });
 }
 

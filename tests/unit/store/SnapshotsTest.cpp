@@ -65,8 +65,8 @@ private Q_SLOTS:
         auto& store = fixture->startRefreshed();
         using Selected = Published<std::optional<Day>>;
         QStringList order;
-        const auto selection = store.selectedDay.observe(
-            Selected::Current::skip, Selected::Repeats::deliver, [&](const std::optional<Day>& next) {
+        const auto selection =
+            store.selectedDay.observe(Selected::Repeats::deliver, [&](const std::optional<Day>& next) {
                 order.append(next && next->ledger ? next->date : u"live"_s);
             });
         await(store.loadSnapshot(u"2024-04-30"_s));
@@ -172,8 +172,8 @@ private Q_SLOTS:
         fixture->backend.answer(target::snapshots,
                                 Answer::http(200, snapshotsBody({"2024-01-02", "2024-03-04", "2023-05-06"})));
         int loading = 0;
-        const auto observation = store.isLoading.observe(
-            Published<bool>::Current::skip, Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
+        const auto observation =
+            store.isLoading.observe(Published<bool>::Repeats::deliver, [&](bool) { ++loading; });
         await(store.loadSnapshots());
         QStringList dates;
         for (const auto& day : **store.availableSnapshots) {

@@ -58,10 +58,6 @@ private Q_SLOTS:
         QCOMPARE(calls, 2);
     }
 
-    void defaultCenterIsOneForTheProgram() {
-        QCOMPARE(&NotificationCenter::defaultCenter(), &NotificationCenter::defaultCenter());
-    }
-
     void openLedgerNotificationHasItsPublicName() {
         QCOMPARE(notification::openLedgerRequested, u"quillo.openLedgerRequested");
     }

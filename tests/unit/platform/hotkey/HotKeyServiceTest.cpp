@@ -29,8 +29,7 @@ private Q_SLOTS:
         QFETCH(const bool, waylandSession);
         QFETCH(const bool, sandboxed);
         QFETCH(const bool, grabbed);
-        const auto expected = grabbed ? HotKeyWay::x11 : HotKeyWay::portal;
-        QVERIFY(hotKeyWay({qtPlatform, waylandSession, sandboxed}) == expected);
+        QCOMPARE(mayGrabKeys({qtPlatform, waylandSession, sandboxed}), grabbed);
     }
 
     void triggerIsWrittenAsThePortalReadsIt() {

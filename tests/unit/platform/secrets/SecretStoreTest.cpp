@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <optional>
+#include <tuple>
 
 using namespace quillo;
 using namespace quillo::test;
@@ -56,10 +57,10 @@ private Q_SLOTS:
 
     void operationsTakeEffectInTheOrderGiven() {
         auto before = store->get(account);
-        store->enqueueDelete(account);
+        std::ignore = store->delete_(account);
         auto deleted = store->get(account);
-        store->enqueueSet(account, u"one"_s);
-        store->enqueueSet(account, u"two"_s);
+        std::ignore = store->set(account, u"one"_s);
+        std::ignore = store->set(account, u"two"_s);
         auto after = store->get(account);
         QVERIFY(await(std::move(after)) == SecretReading::found(u"two"_s));
         QCOMPARE(before.takeResult(), stored);
@@ -74,7 +75,7 @@ private Q_SLOTS:
 
     void changesGivenJustBeforeTheEndAreMade() {
         for (int number = 0; number < 20; ++number) {
-            store->enqueueSet(u"account-%1"_s.arg(number), u"value"_s);
+            std::ignore = store->set(u"account-%1"_s.arg(number), u"value"_s);
         }
         store.reset();
         for (int number = 0; number < 20; ++number) {
@@ -88,7 +89,7 @@ private Q_SLOTS:
         auto unlocking = store->unlock();
         store.reset();
         QVERIFY(await(std::move(reading)).isUnavailable());
-        QCOMPARE(await(std::move(unlocking)), SecretStore::Availability::unreachable);
+        QVERIFY(!await(std::move(unlocking)));
         await(std::move(change));
         QCOMPARE(Keychain::get(account), std::optional(u"new"_s));
     }
@@ -97,7 +98,7 @@ private Q_SLOTS:
         int became = 0;
         const auto observation = store->becameAvailable.observe([&] { ++became; });
         showPrompts();
-        QCOMPARE(await(store->unlock()), SecretStore::Availability::available);
+        QVERIFY(await(store->unlock()));
         QCOMPARE(prompter->shown(), 0);
         QCOMPARE(became, 0);
     }
@@ -123,7 +124,7 @@ private Q_SLOTS:
 
     void aLockedStoreWithNobodyToPromptStaysLockedAndChangesFail() {
         keyring->lock();
-        QCOMPARE(await(store->unlock()), SecretStore::Availability::locked);
+        QVERIFY(!await(store->unlock()));
         QVERIFY(!await(store->set(account, u"lost"_s)));
         QVERIFY(!await(store->delete_(account)));
         QVERIFY(probe->longestStall() < LoopStallProbe::budget);
@@ -140,7 +141,7 @@ private Q_SLOTS:
         QVERIFY(await(store->get(account)).isUnavailable());
         auto change = store->set(account, u"new"_s);
         QCOMPARE(await(store->get(account)), SecretReading::found(u"new"_s));
-        store->enqueueDelete(account);
+        std::ignore = store->delete_(account);
         QVERIFY(await(store->get(account)).isAbsent());
         QVERIFY(await(store->get(u"api_key"_s)).isUnavailable());
         QVERIFY(!change.isFinished());
@@ -156,7 +157,7 @@ private Q_SLOTS:
         auto change = store->set(account, u"new"_s);
         QVERIFY(waitUntil([&] { return prompter->isUp(); }));
         keyring->unlock();
-        QCOMPARE(await(std::move(unlocking)), SecretStore::Availability::available);
+        QVERIFY(await(std::move(unlocking)));
         QVERIFY(await(std::move(change)));
         QVERIFY(prompter->isUp());
         QCOMPARE(Keychain::get(account), std::optional(u"new"_s));
@@ -187,10 +188,10 @@ private Q_SLOTS:
         prompter->refuse();
         QVERIFY(!await(std::move(first)));
         QVERIFY(!await(std::move(second)));
-        QCOMPARE(await(std::move(unlocking)), SecretStore::Availability::locked);
+        QVERIFY(!await(std::move(unlocking)));
         QVERIFY(!await(store->set(account, u"abc"_s)));
         QCOMPARE(prompter->shown(), 1);
-        QCOMPARE(await(store->unlock()), SecretStore::Availability::locked);
+        QVERIFY(!await(store->unlock()));
         QCOMPARE(prompter->shown(), 2);
         QVERIFY(probe->longestStall() < LoopStallProbe::budget);
     }
@@ -217,7 +218,7 @@ private Q_SLOTS:
         QVERIFY(await(store->get(account)).isUnavailable());
         QVERIFY(!await(store->set(account, u"lost"_s)));
         QVERIFY(!await(store->delete_(account)));
-        QCOMPARE(await(store->unlock()), SecretStore::Availability::unreachable);
+        QVERIFY(!await(store->unlock()));
         QVERIFY(probe->longestStall() < LoopStallProbe::budget);
         QCOMPARE(became, 0);
         keyring->start();
@@ -231,7 +232,7 @@ private Q_SLOTS:
         showPrompts();
         QVERIFY(await(store->get(account)).isAbsent());
         QVERIFY(!await(store->delete_(account)));
-        QCOMPARE(await(store->unlock()), SecretStore::Availability::available);
+        QVERIFY(await(store->unlock()));
         QCOMPARE(prompter->shown(), 0);
     }
 
@@ -261,7 +262,7 @@ private Q_SLOTS:
     void aDaemonThatDoesNotAnswerIsLeftBehindAfterTwoSeconds() {
         keyring->suspend();
         auto reading = store->get(account);
-        store->enqueueSet(account, u"lost"_s);
+        std::ignore = store->set(account, u"lost"_s);
         QElapsedTimer timer;
         timer.start();
         store.reset();

@@ -1,4 +1,4 @@
-#include "platform/secrets/CollectionOpener.h"
+#include "platform/secrets/OpenCollection.h"
 
 #include "platform/secrets/SecretServiceInterface.h"
 #include "support/PrivateBus.h"
@@ -78,7 +78,7 @@ public Q_SLOTS:
     }
 };
 
-class CollectionOpenerTest : public QObject {
+class OpenCollectionTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -94,10 +94,8 @@ private Q_SLOTS:
         daemon->registerService(serviceName);
         service = std::make_unique<OrgFreedesktopSecretServiceInterface>(
             serviceName, u"/org/freedesktop/secrets"_s, bus->connect());
-        opener = std::make_unique<CollectionOpener>(*service);
     }
     void cleanup() {
-        opener.reset();
         service.reset();
         daemon.reset();
         bus.reset();
@@ -106,18 +104,18 @@ private Q_SLOTS:
     void aCollectionThatNeedsNoPromptIsOpenAtOnce() {
         scripted->prompt = none;
         scripted->unlocked = {login};
-        QVERIFY(await(opener->open()));
+        QVERIFY(await(openDefaultCollection(*service)));
         QCOMPARE(scripted->calls, (QStringList{u"ReadAlias default"_s, u"Unlock "_s + login.path()}));
         QCOMPARE(prompt->prompted, 0);
     }
 
     void aServiceThatNeitherUnlocksNorAsksHasRefused() {
         scripted->prompt = none;
-        QVERIFY(!await(opener->open()));
+        QVERIFY(!await(openDefaultCollection(*service)));
     }
 
     void theUsersYesOpensTheCollection() {
-        auto opening = opener->open();
+        auto opening = openDefaultCollection(*service);
         QVERIFY(waitUntil([&] { return prompt->prompted == 1; }));
         drainEvents();
         QVERIFY(!opening.isFinished());
@@ -126,7 +124,7 @@ private Q_SLOTS:
     }
 
     void theUsersNoLeavesItLocked() {
-        auto opening = opener->open();
+        auto opening = openDefaultCollection(*service);
         QVERIFY(waitUntil([&] { return prompt->prompted == 1; }));
         Q_EMIT prompt->Completed(true, QDBusVariant(QString()));
         QVERIFY(!await(std::move(opening)));
@@ -134,11 +132,11 @@ private Q_SLOTS:
 
     void aPromptThatCannotBeShownIsANo() {
         prompt->refuses = true;
-        QVERIFY(!await(opener->open()));
+        QVERIFY(!await(openDefaultCollection(*service)));
     }
 
     void aServiceThatGoesWhileItAsksIsANo() {
-        auto opening = opener->open();
+        auto opening = openDefaultCollection(*service);
         QVERIFY(waitUntil([&] { return prompt->prompted == 1; }));
         daemon->unregisterService(serviceName);
         QVERIFY(!await(std::move(opening)));
@@ -146,12 +144,12 @@ private Q_SLOTS:
 
     void noServiceIsANo() {
         daemon->unregisterService(serviceName);
-        QVERIFY(!await(opener->open()));
+        QVERIFY(!await(openDefaultCollection(*service)));
     }
 
     void aMissingCollectionIsMadeAsTheDefault() {
         scripted->alias = none;
-        auto opening = opener->open();
+        auto opening = openDefaultCollection(*service);
         QVERIFY(waitUntil([&] { return prompt->prompted == 1; }));
         Q_EMIT prompt->Completed(false, QDBusVariant(QString()));
         QVERIFY(await(std::move(opening)));
@@ -162,18 +160,18 @@ private Q_SLOTS:
     void aCollectionMadeWithoutAPromptIsOpen() {
         scripted->alias = none;
         scripted->prompt = none;
-        QVERIFY(await(opener->open()));
+        QVERIFY(await(openDefaultCollection(*service)));
     }
 
     void droppingTheTaskNeverDismissesThePrompt() {
         {
-            auto opening = opener->open();
+            auto opening = openDefaultCollection(*service);
             QVERIFY(waitUntil([&] { return prompt->prompted == 1; }));
         }
         scripted->prompt = none;
         scripted->unlocked = {login};
         // A whole conversation later, a Dismiss would have arrived.
-        QVERIFY(await(opener->open()));
+        QVERIFY(await(openDefaultCollection(*service)));
         QCOMPARE(prompt->dismissed, 0);
         Q_EMIT prompt->Completed(false, QDBusVariant(QString()));
         drainEvents();
@@ -185,8 +183,7 @@ private:
     std::unique_ptr<ScriptedSecretService> scripted;
     std::unique_ptr<ScriptedPrompt> prompt;
     std::unique_ptr<OrgFreedesktopSecretServiceInterface> service;
-    std::unique_ptr<CollectionOpener> opener;
 };
 
-QTEST_GUILESS_MAIN(CollectionOpenerTest)
-#include "CollectionOpenerTest.moc"
+QTEST_GUILESS_MAIN(OpenCollectionTest)
+#include "OpenCollectionTest.moc"
