@@ -5,7 +5,7 @@
 buildPackages=(
     g++ cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-base-private-dev qt6-svg-dev
-    libsimdjson-dev libxxhash-dev libicu-dev libsecret-1-dev libglib2.0-dev zlib1g-dev
+    libsimdjson-dev libxxhash-dev libicu-dev libboost-dev libsecret-1-dev libglib2.0-dev zlib1g-dev
     libxcb1-dev libxcb-keysyms1-dev
 )
 

@@ -2,14 +2,25 @@
 
 #include "model/Utf8.h"
 
+#include <QRegularExpression>
+
+#include <algorithm>
 #include <cmath>
 
 namespace quillo {
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::string_view_literals;
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+/// Stands in a document, as an object's only key, for a number that no double is near.
+constexpr char beyondDoubles[] = "\x01 number beyond the doubles";
+
+[[nodiscard]] bool isBeyondDoubles(simdjson::dom::element element) noexcept {
+    return element.at_key(beyondDoubles).error() == simdjson::SUCCESS;
+}
 
 [[nodiscard]] const char* kindOf(simdjson::dom::element element) noexcept {
     using simdjson::dom::element_type;
@@ -17,7 +28,7 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     case element_type::ARRAY:
         return "an array";
     case element_type::OBJECT:
-        return "an object";
+        return isBeyondDoubles(element) ? "a number out of range" : "an object";
     case element_type::INT64:
     case element_type::UINT64:
     case element_type::DOUBLE:
@@ -58,6 +69,50 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     default:
         return u"body: not valid JSON"_s;
     }
+}
+
+/// A number as simdjson reads it: its integers end at 64 bits, its doubles do not.
+[[nodiscard]] QByteArray readable(QByteArrayView number) {
+    static const QRegularExpression grammar(QRegularExpression::anchoredPattern(
+        u"-?(0|[1-9][0-9]*)([.][0-9]+)?([eE][-+]?[0-9]+)?"_s)); // RFC 8259, section 6
+    constexpr qsizetype alwaysFits = 18;
+    constexpr qsizetype mayBeBeyond = 308;
+    const bool hasExponent = number.contains('e') || number.contains('E');
+    const bool isLongInteger = number.size() > alwaysFits && !number.contains('.') && !hasExponent;
+    const QByteArray written = number.toByteArray() + (isLongInteger ? "e0" : "");
+    if (!hasExponent && number.size() <= mayBeBeyond) {
+        return written;
+    }
+    simdjson::dom::parser parser;
+    const bool isRead = parser.parse(written.constData(), static_cast<std::size_t>(written.size())).error() ==
+                        simdjson::SUCCESS;
+    const bool isBeyond = !isRead && grammar.match(QString::fromLatin1(number)).hasMatch();
+    return isBeyond ? QByteArray("{\"\\u0001") + (beyondDoubles + 1) + "\":0}" : written;
+}
+
+/// The same document with every number made readable. What is no JSON stays none.
+[[nodiscard]] QByteArray withReadableNumbers(QByteArrayView body) {
+    constexpr auto digits = "-0123456789"sv;
+    constexpr auto numberCharacters = "+-.0123456789Ee"sv;
+    QByteArray result;
+    for (qsizetype at = 0, end = 0; at < body.size(); at = end) {
+        end = at + 1;
+        if (digits.find(body[at]) != digits.npos) {
+            while (end < body.size() && numberCharacters.find(body[end]) != numberCharacters.npos) {
+                ++end;
+            }
+            result += readable(body.sliced(at, end - at));
+            continue;
+        }
+        if (body[at] == '"') {
+            while (end < body.size() && body[end] != '"') {
+                end += body[end] == '\\' ? 2 : 1;
+            }
+            end = std::min(end + 1, body.size());
+        }
+        result += body.sliced(at, end - at);
+    }
+    return result;
 }
 
 } // namespace
@@ -111,25 +166,35 @@ void JsonValue::refuse(const char* expected, const char* insteadFound) const {
 }
 
 JsonDocument::JsonDocument(QByteArray body) {
+    if (std::string_view(body.constData(), static_cast<std::size_t>(body.size()))
+            .starts_with(byteOrderMark)) {
+        body.remove(0, byteOrderMark.size()); // moves no bytes
+    }
+    auto error = parse(body);
+    if (error != simdjson::SUCCESS && error != simdjson::EMPTY) {
+        body = withReadableNumbers(body);
+        error = parse(body);
+    }
+    if (error != simdjson::SUCCESS) {
+        throw DecodingError(describe(error));
+    }
+}
+
+simdjson::error_code JsonDocument::parse(QByteArray& body) {
     // The parser reads a little past the end. Growing the only copy of a large array moves no bytes (the
     // system remaps its pages); any other is copied once, as the parser would.
     const qsizetype needed = body.size() + static_cast<qsizetype>(simdjson::SIMDJSON_PADDING);
     if (body.capacity() < needed) {
         body.reserve(needed);
     }
-    const char* start = body.constData();
-    auto length = static_cast<std::size_t>(body.size());
-    if (std::string_view(start, length).starts_with(byteOrderMark)) {
-        start += byteOrderMark.size();
-        length -= byteOrderMark.size();
+    if (body.isEmpty()) {
+        return simdjson::EMPTY;
     }
     constexpr bool copyFirst = false;
     simdjson::dom::parser parser; // its indexes are as large as the body: they go before anything is decoded
-    const auto error = length == 0 ? simdjson::EMPTY
-                                   : parser.parse_into_document(document, start, length, copyFirst).get(top);
-    if (error != simdjson::SUCCESS) {
-        throw DecodingError(describe(error));
-    }
+    return parser
+        .parse_into_document(document, body.constData(), static_cast<std::size_t>(body.size()), copyFirst)
+        .get(top);
 }
 
 } // namespace quillo

@@ -92,8 +92,9 @@ private:
     JsonPath place;
 };
 
-/// A body, checked whole when constructed: its syntax, UTF-8, nesting (up to 1,024 levels), numbers, and that
-/// nothing follows it. A byte-order mark at the start is skipped.
+/// A body, checked whole when constructed: its syntax, UTF-8, nesting (up to 1,024 levels), and that nothing
+/// follows it. Numbers may be of any length; those beyond the doubles are refused only where one is read. A
+/// byte-order mark at the start is skipped.
 ///
 /// It costs a multiple of the body in memory, so it is a local of the function that decodes and never kept.
 class JsonDocument {
@@ -107,6 +108,8 @@ public:
     [[nodiscard]] JsonValue root() const noexcept { return {top, JsonPath{}}; }
 
 private:
+    [[nodiscard]] simdjson::error_code parse(QByteArray& body);
+
     simdjson::dom::document document;
     simdjson::dom::element top;
 };

@@ -106,13 +106,13 @@ Task<std::shared_ptr<Timeline>> APIClient::snapshot(QString backend, QString dat
 
 HTTPRequest APIClient::request(HTTPMethod method, const QString& address, const APIAuth& auth,
                                bool verifyTLS) const {
-    const QUrl url(address, QUrl::StrictMode); // the tolerant mode would mend what the user has to mend
-    if (!url.isValid()) {
+    HTTPRequest made;
+    made.setAddress(address);
+    if (!made.url.isValid()) {
         throw APIError::badURL();
     }
-    HTTPRequest made;
     made.method = method;
-    made.url = url;
+    made.bodyUse = method == HTTPMethod::get ? BodyUse::onSuccess : BodyUse::never;
     made.idleTimeout = method == HTTPMethod::get ? timeouts.get : timeouts.post;
     made.certificateCheck = verifyTLS ? CertificateCheck::required : CertificateCheck::none;
     auth.apply(made);

@@ -2,12 +2,14 @@
 
 #include <QByteArray>
 
+#include <functional>
+
+#define ZLIB_CONST
 #include <zlib.h>
 
 namespace quillo {
 
-/// Decompresses the gzip format (RFC 1952) piece by piece, so that neither its memory nor the time of one
-/// step depends on how far the data blows up.
+/// Decompresses the gzip format (RFC 1952) from pieces of any size.
 class GzipDecoder {
 public:
     GzipDecoder();
@@ -15,25 +17,16 @@ public:
     GzipDecoder(const GzipDecoder&) = delete;
     GzipDecoder& operator=(const GzipDecoder&) = delete;
 
-    /// Takes further compressed bytes; only when `needsInput`.
-    void feed(QByteArray bytes);
-
-    /// Whether everything that was fed has been decompressed.
-    [[nodiscard]] bool needsInput() const noexcept { return stream.avail_in == 0 && !outputWaiting; }
-
-    enum class Result { good, damaged };
-
-    /// Appends a bounded piece of output.
-    [[nodiscard]] Result decode(QByteArray& output);
+    /// Gives what the next bytes decompress to, up to a thousand times their size, to `take` in pieces, until
+    /// that returns false. False when the bytes are damaged; nothing may be decoded after that.
+    [[nodiscard]] bool decode(QByteArrayView bytes, const std::function<bool(QByteArrayView)>& take);
 
     /// Whether the data may end here: at the end of a member with its checksum, or before the first byte.
-    [[nodiscard]] bool isComplete() const noexcept { return betweenMembers && needsInput(); }
+    [[nodiscard]] bool isComplete() const noexcept { return betweenMembers; }
 
 private:
     z_stream stream{};
-    QByteArray input;
     bool betweenMembers = true;
-    bool outputWaiting = false;
 };
 
 } // namespace quillo

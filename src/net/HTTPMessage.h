@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/network/Connection.h"
+
 #include <QByteArray>
 #include <QUrl>
 
@@ -10,12 +12,13 @@ namespace quillo {
 
 enum class HTTPMethod { get, post };
 
-/// Whether the server has to prove who it is.
-enum class CertificateCheck {
-    /// The certificate must be valid, for this host, and signed by an authority that the system trusts.
-    required,
-    /// Any certificate for any host will do, for this one request.
-    none,
+/// Of which responses the body is read. Of the others the connection is closed after the head.
+enum class BodyUse {
+    /// Of a refusal (any status outside 200 to 299) only the beginning, for showing, and none that cannot be
+    /// decoded.
+    always,
+    onSuccess,
+    never,
 };
 
 /// One request as an operation states it. What HTTP itself needs (Host, Content-Length, …) is added on
@@ -29,24 +32,27 @@ struct HTTPRequest {
     HTTPMethod method = HTTPMethod::get;
     /// `http` or `https`, with a host. A user name, a password and a fragment are not sent.
     QUrl url;
-    std::vector<Header> headers;
+    /// The request target as it goes out; when empty that of `url`, in which QUrl has resolved some escapes.
+    QByteArray target = {};
+    std::vector<Header> headers = {};
     /// Only with `post`.
-    QByteArray body;
-    /// How long nothing may arrive: the wait for the answer to begin, connecting included, and then each
-    /// pause in its body.
+    QByteArray body = {};
+    BodyUse bodyUse = BodyUse::always;
+    /// How long nothing may happen: no turn to connect, no connection, no byte sent or received.
     std::chrono::milliseconds idleTimeout = std::chrono::seconds(60);
     CertificateCheck certificateCheck = CertificateCheck::required;
+
+    /// Sets `url`, and `target` as it is written there. What no target may contain is escaped.
+    void setAddress(const QString& address);
 
     /// Replaces every header of that name, whatever its case.
     void setHeader(const QByteArray& name, const QByteArray& value);
 };
 
 struct HTTPResponse {
-    /// The status code, -1 for an answer that has none.
-    int status = -1;
-    /// Decompressed. Shorter than announced or with a compression cut short it is an error instead; a chunked
-    /// body without compression that ends early may pass for whole, so its reader has to know where it ends.
-    QByteArray body;
+    int status = 0;
+    /// Decompressed, and whole unless it is that of a refusal; empty where the request has no use for it.
+    QByteArray body = {};
 };
 
 } // namespace quillo

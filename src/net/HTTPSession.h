@@ -2,35 +2,33 @@
 
 #include "core/Task.h"
 #include "net/HTTPMessage.h"
-#include "net/TransportError.h"
+#include "platform/network/Connection.h"
 
 #include <QList>
 #include <QSslCertificate>
 
+#include <chrono>
 #include <memory>
-
-class QNetworkAccessManager;
 
 namespace quillo {
 
-/// Sends HTTP requests, for the main thread only. The one place that knows Qt's network classes and their
-/// ways; docs/decisions/http.md lists them.
+/// Sends HTTP/1.1 requests, for the main thread only.
 ///
 /// What every request may rely on:
+/// - It is sent once at most, on a connection of its own. Connections, TLS sessions and trust serve no other.
 /// - Redirects are not followed; they are responses like any other. So a credential reaches no other origin.
 /// - Authentication challenges are not answered, and no cookie is kept or sent.
-/// - A POST is sent once at most, whatever happens to its connection. A GET may be repeated when its
-///   connection ends before the answer.
-/// - With `CertificateCheck::none` nothing of the request, neither its connection nor a session ticket,
-///   serves another.
+/// - Six requests to one origin are under way at most, the rest wait their turn.
 /// - Nothing is kept when no request is under way: no connection, no thread, no timer.
 class HTTPSession {
 public:
     struct Options {
         /// Trusted beside the system's own.
-        QList<QSslCertificate> additionalAuthorities;
+        QList<QSslCertificate> additionalAuthorities = {};
         /// A body over so many bytes, as sent or decompressed, is an error.
         qint64 bodyLimit = qint64{64} * 1024 * 1024;
+        /// By then a request is over, whatever still happens.
+        std::chrono::milliseconds totalTimeout = std::chrono::minutes(10);
     };
 
     /// The program's session.
@@ -42,16 +40,14 @@ public:
     HTTPSession& operator=(const HTTPSession&) = delete;
     ~HTTPSession();
 
-    /// Sends the request and waits for the whole response, whatever its status. Throws `TransportError`.
-    /// Dropping the task closes the connection. The session may go while its requests run.
+    /// Sends the request and waits for the response, whatever its status, as far as its body is wanted.
+    /// Throws `TransportError`. Dropping the task closes the connection at once, in any state, and waits for
+    /// nothing. The session may go while its requests run.
     [[nodiscard]] Task<HTTPResponse> send(HTTPRequest request);
 
 private:
-    [[nodiscard]] std::shared_ptr<QNetworkAccessManager> managerFor(const HTTPRequest& request);
-
     Options options;
-    /// Shared by the checked GET requests that are under way together.
-    std::weak_ptr<QNetworkAccessManager> checkedManager;
+    std::shared_ptr<Connection::Lines> lines = std::make_shared<Connection::Lines>();
 };
 
 } // namespace quillo

@@ -65,6 +65,9 @@ private Q_SLOTS:
             QStringLiteral("ÿþ?>"));
         row("not ASCII, in the other alphabet, with padding",
             QStringLiteral("a.eyJlbWFpbCI6IsO/w74/PiJ9Cg==.c"), QStringLiteral("ÿþ?>"));
+        row("beside a number of thirty digits",
+            token(R"({"n":123456789012345678901234567890,"email":"a@example.org"})"),
+            QStringLiteral("a@example.org"));
         row("empty text", token(R"({"email":""})"), QStringLiteral(""));
         row("no signature", token(R"({"email":"a@example.org"})").chopped(5),
             QStringLiteral("a@example.org"));

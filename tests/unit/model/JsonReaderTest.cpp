@@ -35,6 +35,10 @@ private Q_SLOTS:
     void numbersThatAreNoIntegerAreRefused();
     void numbersAreReadToTheNearestDouble_data();
     void numbersAreReadToTheNearestDouble();
+    void numbersBeyondTheDoublesAreRefusedWhereTheyAreRead_data();
+    void numbersBeyondTheDoublesAreRefusedWhereTheyAreRead();
+    void aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored_data();
+    void aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored();
     void textsAreUnescaped_data();
     void textsAreUnescaped();
     void theErrorNamesThePathThroughListsAndObjects();
@@ -92,10 +96,14 @@ void JsonReaderTest::bodiesThatAreNoJsonAreRefusedWhole_data() {
     QTest::newRow("line break within a text") << bodyOf("\"a\nb\"") << text;
     QTest::newRow("not a number") << bodyOf("NaN") << syntax;
     QTest::newRow("infinity") << bodyOf("Infinity") << syntax;
-    QTest::newRow("number beyond the doubles") << bodyOf("1e400") << number;
-    QTest::newRow("number below the doubles") << bodyOf("-1e400") << number;
-    QTest::newRow("integer beyond 64 bits") << bodyOf("123456789012345678901234567890") << number;
     QTest::newRow("leading zero") << bodyOf("01") << number;
+    QTest::newRow("leading zero of a long integer") << bodyOf("0" + QByteArray(30, '1')) << number;
+    QTest::newRow("leading zero beyond the doubles") << bodyOf("01e400") << number;
+    QTest::newRow("no digits after the point, beyond the doubles") << bodyOf("1.e400") << number;
+    QTest::newRow("long integer with letters behind it") << bodyOf(QByteArray(30, '1') + "x") << number;
+    QTest::newRow("long integer with a minus behind it") << bodyOf(QByteArray(30, '1') + "-") << number;
+    QTest::newRow("long integer in a text without an end") << "{\"v\":\"" + QByteArray(30, '1') << noEnd;
+    QTest::newRow("cut short behind a long integer") << "{\"v\":" + QByteArray(30, '1') << syntax;
     QTest::newRow("leading plus") << bodyOf("+1") << syntax;
     QTest::newRow("number without digits after the point") << bodyOf("1.") << number;
     QTest::newRow("hexadecimal number") << bodyOf("0x1F") << number;
@@ -284,6 +292,11 @@ void JsonReaderTest::numbersThatAreNoIntegerAreRefused_data() {
     QTest::newRow("two to the 64th with an exponent") << QByteArray("1.8446744073709552e19") << range;
     QTest::newRow("below the smallest") << QByteArray("-9223372036854777856.0") << range;
     QTest::newRow("far beyond") << QByteArray("1e300") << range;
+    QTest::newRow("thirty digits") << QByteArray("123456789012345678901234567890") << range;
+    QTest::newRow("thirty digits below") << QByteArray("-123456789012345678901234567890") << range;
+    QTest::newRow("two to the 64th") << QByteArray("18446744073709551616") << range;
+    QTest::newRow("beyond the doubles") << QByteArray("1e400") << range;
+    QTest::newRow("500 digits") << QByteArray(500, '9') << range;
 }
 
 void JsonReaderTest::numbersThatAreNoIntegerAreRefused() {
@@ -309,6 +322,16 @@ void JsonReaderTest::numbersAreReadToTheNearestDouble_data() {
     QTest::newRow("largest") << QByteArray("1.7976931348623157e308") << std::numeric_limits<double>::max();
     QTest::newRow("smallest") << QByteArray("5e-324") << std::numeric_limits<double>::denorm_min();
     QTest::newRow("vanishing") << QByteArray("1e-400") << 0.0;
+    QTest::newRow("two to the 64th") << QByteArray("18446744073709551616") << 18446744073709551616.0;
+    QTest::newRow("below 64 bits by one") << QByteArray("-9223372036854775809") << -9223372036854775808.0;
+    QTest::newRow("thirty digits") << QByteArray("123456789012345678901234567890")
+                                   << 123456789012345678901234567890.0;
+    QTest::newRow("negative, thirty digits")
+        << QByteArray("-123456789012345678901234567890") << -123456789012345678901234567890.0;
+    QTest::newRow("last digit decides")
+        << QByteArray("9007199254740993000000000000000000000000000001") << 9007199254740994e30;
+    QTest::newRow("300 digits") << "1" + QByteArray(299, '0') << 1e299;
+    QTest::newRow("long fraction") << "0." + QByteArray(1000, '3') << 1.0 / 3;
 }
 
 void JsonReaderTest::numbersAreReadToTheNearestDouble() {
@@ -318,6 +341,46 @@ void JsonReaderTest::numbersAreReadToTheNearestDouble() {
     const Value value(document.root());
     QVERIFY(value.number<"v">() == number);
     QVERIFY(value.optionalNumber<"v">() == number);
+}
+
+void JsonReaderTest::numbersBeyondTheDoublesAreRefusedWhereTheyAreRead_data() {
+    QTest::addColumn<QByteArray>("json");
+    QTest::newRow("exponent") << QByteArray("1e400");
+    QTest::newRow("negative") << QByteArray("-1.5E+400");
+    QTest::newRow("digits") << QByteArray(400, '9');
+    QTest::newRow("rounds up beyond the largest") << QByteArray("1.7976931348623159e308");
+}
+
+void JsonReaderTest::numbersBeyondTheDoublesAreRefusedWhereTheyAreRead() {
+    QFETCH(QByteArray, json);
+    const JsonDocument document(bodyOf("[" + json + "]"));
+    const Value value(document.root());
+    const auto expectRefusal = [&](const QString& expected, const auto& read) {
+        QCOMPARE(decodingFailure([&] { return value.list<"v">(read); }),
+                 u"v[0]: expected %1, found a number out of range"_s.arg(expected));
+    };
+    expectRefusal(u"a number"_s, [](const JsonValue& each) { return each.number(); });
+    expectRefusal(u"text"_s, [](const JsonValue& each) { return each.text(); });
+    expectRefusal(u"a boolean"_s, [](const JsonValue& each) { return each.boolean(); });
+}
+
+void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored_data() {
+    QTest::addColumn<QByteArray>("body");
+    const QByteArray digits(30, '1');
+    QTest::newRow("before") << "{\"w\":" + digits + ",\"v\":7}";
+    QTest::newRow("behind, with blanks") << "{\"v\":7, \"w\" : -" + digits + " }";
+    QTest::newRow("in a list") << "{\"w\":[1," + digits + ",[" + digits + "]],\"v\":7}";
+    QTest::newRow("beyond the doubles") << QByteArray("{\"w\":1e999,\"v\":7}");
+    QTest::newRow("beside texts with digits and quotes")
+        << "{\"\\\"" + digits + R"(\\":"1\"2\\","v":7,"w":)" + digits + "}";
+    QTest::newRow("behind a byte-order mark") << "\xEF\xBB\xBF{\"w\":" + digits + ",\"v\":7}";
+    QTest::newRow("ten thousand digits") << "{\"w\":" + QByteArray(10'000, '1') + ",\"v\":7}";
+}
+
+void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored() {
+    QFETCH(QByteArray, body);
+    const JsonDocument document(body);
+    QCOMPARE(Value(document.root()).integer<"v">(), 7);
 }
 
 void JsonReaderTest::textsAreUnescaped_data() {

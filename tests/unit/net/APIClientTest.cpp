@@ -134,7 +134,6 @@ private Q_SLOTS:
     void aBackendThatIsNoWebAddressFailsWithTheTransportsError();
     void theDateIsAppendedAsItIs_data();
     void theDateIsAppendedAsItIs();
-    void aDateThatLeavesItsFolderIsNotRequested();
     void aBadURLComesBeforeABadKey();
     void aKeyWithALineBreakIsNotSentAndNotQuoted();
     void statusesBecomeErrors_data();
@@ -205,8 +204,8 @@ void APIClientTest::everyOperationSendsItsRequestAndNothingElse() {
     }
     names.removeAll(u"content-length"_s); // Of a POST, and 0: see the body.
     names.sort();
-    QCOMPARE(names, (QStringList{u"accept-encoding"_s, u"accept-language"_s, u"connection"_s, u"host"_s,
-                                 u"user-agent"_s, u"x-api-key"_s}));
+    QCOMPARE(names, (QStringList{u"accept-encoding"_s, u"connection"_s, u"host"_s, u"user-agent"_s,
+                                 u"x-api-key"_s}));
     QCOMPARE(request.body, QByteArray());
     QCOMPARE(server.receivedBytes(), request.raw.size());
 }
@@ -302,7 +301,7 @@ void APIClientTest::aBackendThatIsNoWebAddressFailsWithTheTransportsError() {
 void APIClientTest::theDateIsAppendedAsItIs_data() {
     QTest::addColumn<QString>("date");
     for (const auto* date : {"2024-05-01", "", "2024/05/01", "2024?05", "2024-05-01?x=1&y=2", "%2F", "a%20b",
-                             "//2024", "2024/", "2024;v=1", "..."}) {
+                             "//2024", "2024/", "2024;v=1", "...", "../refresh", "%41%2D%7e"}) {
         QTest::newRow(date) << QString::fromLatin1(date);
     }
 }
@@ -313,16 +312,6 @@ void APIClientTest::theDateIsAppendedAsItIs() {
     QCOMPARE(await(client.snapshot(server.origin(), date, key, true))->totalOwed, 1.0);
     QCOMPARE(server.requests().size(), 1U);
     QCOMPARE(server.requests()[0].target, "/api/snapshot/" + date.toLatin1());
-}
-
-void APIClientTest::aDateThatLeavesItsFolderIsNotRequested() {
-    ScriptedServer server(Answer::http(200, ledger));
-    const auto failure =
-        failureOf<TransportError>(client.snapshot(server.origin(), u"../refresh"_s, key, true));
-    QVERIFY(failure);
-    QCOMPARE(failure->reason(), TransportError::Reason::badAddress);
-    drainEvents();
-    QCOMPARE(server.acceptedConnections(), 0);
 }
 
 void APIClientTest::aBadURLComesBeforeABadKey() {
@@ -401,15 +390,13 @@ void APIClientTest::timelineWithoutAsOfIsADecodeError() {
 }
 
 void APIClientTest::aChunkedLedgerCutShortIsNeverTaken() {
-    // Qt takes some of these for whole, depending on how the packets fall; then the decoding fails.
     const QByteArray body = ledger;
     for (const qsizetype size : {qsizetype{0}, qsizetype{1}, body.size() / 2, body.size() - 1}) {
         const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
         const QByteArray chunk = QByteArray::number(body.size(), 16) + "\r\n" + body.first(size);
         ScriptedServer server(Answer::andClose(head + chunk));
         const Outcome outcome = outcomeOf(client.timeline(server.origin(), key, true));
-        QVERIFY(outcome.kind != Outcome::Kind::success);
-        QVERIFY(outcome.text.startsWith(u"Decode error: "_s) || outcome.text.endsWith(u"was cut short."_s));
+        QCOMPARE(outcome.text, u"The answer from 127.0.0.1:%1 was cut short."_s.arg(server.port()));
     }
 }
 

@@ -59,7 +59,7 @@ private Q_SLOTS:
     void withoutTheCheckEveryCertificatePasses();
     void anUncheckedRequestOpensNoWayForACheckedOne_data();
     void anUncheckedRequestOpensNoWayForACheckedOne();
-    void aCheckedRequestResumesNoSessionOfAnUncheckedOne();
+    void noRequestResumesTheSessionOfAnother();
     void checkedRequestsAtTheSameTimeShareNothingWithUncheckedOnes();
     void aServerThatSpeaksNoTLSIsAnError_data();
     void aServerThatSpeaksNoTLSIsAnError();
@@ -150,7 +150,7 @@ void HTTPSessionTLSTest::anUncheckedRequestOpensNoWayForACheckedOne() {
     QCOMPARE(server.acceptedConnections(), order.size());
 }
 
-void HTTPSessionTLSTest::aCheckedRequestResumesNoSessionOfAnUncheckedOne() {
+void HTTPSessionTLSTest::noRequestResumesTheSessionOfAnother() {
     ServerIdentity identity = certificates.trusted();
     identity.protocol = QSsl::TlsV1_2; // with 1.3 Qt resumes nothing anyway
     ScriptedServer server(
@@ -175,8 +175,7 @@ void HTTPSessionTLSTest::aCheckedRequestResumesNoSessionOfAnUncheckedOne() {
     for (const auto& hello : server.clientHellos()) {
         resuming.append(offersToResume(hello));
     }
-    // Only the fourth does, with the session of the third, which was checked too.
-    QCOMPARE(resuming, QList<bool>({false, false, false, true, false}));
+    QCOMPARE(resuming, QList<bool>(5, false));
 }
 
 void HTTPSessionTLSTest::checkedRequestsAtTheSameTimeShareNothingWithUncheckedOnes() {

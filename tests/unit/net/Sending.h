@@ -12,7 +12,7 @@ namespace quillo::test {
 
 [[nodiscard]] inline HTTPRequest getRequest(const QString& address) {
     HTTPRequest request;
-    request.url = QUrl(address, QUrl::StrictMode);
+    request.setAddress(address);
     return request;
 }
 

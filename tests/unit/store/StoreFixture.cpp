@@ -60,12 +60,13 @@ private:
 
 } // namespace
 
-StoreFixture::StoreFixture()
+StoreFixture::StoreFixture(const HTTPSession::Options& http)
     : workspace([this](const QUrl& url) {
           opened.append(url);
           return true;
       }),
       defaults(folder.filePath(u"defaults.json"_s)),
+      session(http),
       loginItem(applicationId, u"/bin/true"_s),
       hotKey(std::make_unique<NotedKeys>(hotKeys)) {
     prepareFolders();

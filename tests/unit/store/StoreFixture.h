@@ -48,7 +48,7 @@ inline const QByteArray refresh = "/api/refresh";
 /// the backend owes $1,234.50 and answers everything, and the identity provider issues "access-1".
 class StoreFixture {
 public:
-    StoreFixture();
+    explicit StoreFixture(const HTTPSession::Options& http = {});
     StoreFixture(const StoreFixture&) = delete;
     StoreFixture& operator=(const StoreFixture&) = delete;
     ~StoreFixture();

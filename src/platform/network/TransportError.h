@@ -2,10 +2,9 @@
 
 #include "core/LocalizedError.h"
 
-#include <QList>
+#include <QAbstractSocket>
 #include <QSslError>
 
-class QNetworkReply;
 class QUrl;
 
 namespace quillo {
@@ -20,15 +19,15 @@ public:
         badHeader,
         /// The server was not found, refused the connection or cannot be reached.
         unreachable,
-        /// Nothing arrived for as long as the request allows.
+        /// Nothing happened for as long as the request allows, or it was not over in ten minutes.
         timedOut,
         /// The server's certificate was refused, or no TLS connection came about.
         untrusted,
         /// The connection ended before the answer, or in the middle of it.
         interrupted,
-        /// The body, as sent or decompressed, is over the bound.
+        /// The head or the body, as sent or decompressed, is over its bound.
         tooLarge,
-        /// The body's compression is damaged, cut short or unknown.
+        /// No HTTP response, or one whose encoding is damaged or unknown.
         damaged,
         other,
     };
@@ -44,9 +43,9 @@ private:
 /// The server that an address names, for texts: its host, and its port where it is not the scheme's own.
 [[nodiscard]] QString serverName(const QUrl& url);
 
-/// The error of a reply that failed. `certificateErrors` are what was found wrong with the server's
-/// certificate, if anything.
-[[nodiscard]] TransportError transportError(const QNetworkReply& reply,
-                                            const QList<QSslError>& certificateErrors);
+/// Why a socket is not connected (any more) to `server`. `text` is its own word for the error, and `faults`
+/// are what it found wrong with the certificate, if anything.
+[[nodiscard]] TransportError transportError(QAbstractSocket::SocketError error, const QString& text,
+                                            const QList<QSslError>& faults, const QString& server);
 
 } // namespace quillo

@@ -1,6 +1,5 @@
-#include "net/TransportError.h"
+#include "platform/network/TransportError.h"
 
-#include <QNetworkReply>
 #include <QUrl>
 
 #include <array>
@@ -52,37 +51,34 @@ QString serverName(const QUrl& url) {
     return url.port() < 0 ? host : u"%1:%2"_s.arg(host).arg(url.port());
 }
 
-TransportError transportError(const QNetworkReply& reply, const QList<QSslError>& certificateErrors) {
-    const QString server = serverName(reply.url());
-    if (!certificateErrors.isEmpty()) {
-        return {Reason::untrusted, u"The certificate of %1 is not trusted: %2."_s.arg(
-                                       server, certificateFault(certificateErrors))};
+TransportError transportError(QAbstractSocket::SocketError error, const QString& text,
+                              const QList<QSslError>& faults, const QString& server) {
+    if (!faults.isEmpty()) {
+        return {Reason::untrusted,
+                u"The certificate of %1 is not trusted: %2."_s.arg(server, certificateFault(faults))};
     }
-    switch (reply.error()) {
-    case QNetworkReply::ConnectionRefusedError:
+    switch (error) {
+    case QAbstractSocket::ConnectionRefusedError:
         return {Reason::unreachable, u"%1 refused the connection."_s.arg(server)};
-    case QNetworkReply::HostNotFoundError:
+    case QAbstractSocket::HostNotFoundError:
         return {Reason::unreachable, u"The server %1 was not found."_s.arg(server)};
-    case QNetworkReply::TimeoutError:
-    case QNetworkReply::OperationCanceledError: // how Qt ends a request whose transfer timeout has passed
+    case QAbstractSocket::SocketTimeoutError:
         return {Reason::timedOut, u"The request timed out."_s};
-    case QNetworkReply::SslHandshakeFailedError:
+    case QAbstractSocket::SslHandshakeFailedError:
         return {Reason::untrusted, u"No secure connection to %1 could be made."_s.arg(server)};
-    case QNetworkReply::RemoteHostClosedError:
-    case QNetworkReply::ContentReSendError: // Qt wanted to repeat a request that goes out once only
-        if (reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid()) {
-            return {Reason::interrupted, u"The answer from %1 was cut short."_s.arg(server)};
-        }
+    case QAbstractSocket::RemoteHostClosedError:
         return {Reason::interrupted, u"%1 closed the connection without an answer."_s.arg(server)};
-    case QNetworkReply::ProxyConnectionRefusedError:
-    case QNetworkReply::ProxyConnectionClosedError:
-    case QNetworkReply::ProxyNotFoundError:
-    case QNetworkReply::ProxyTimeoutError:
+    case QAbstractSocket::ProxyConnectionRefusedError:
+    case QAbstractSocket::ProxyConnectionClosedError:
+    case QAbstractSocket::ProxyConnectionTimeoutError:
+    case QAbstractSocket::ProxyNotFoundError:
         return {Reason::unreachable, u"The proxy server cannot be reached."_s};
-    case QNetworkReply::ProxyAuthenticationRequiredError:
+    case QAbstractSocket::ProxyProtocolError:
+        return {Reason::unreachable, u"The proxy server refused the connection to %1."_s.arg(server)};
+    case QAbstractSocket::ProxyAuthenticationRequiredError:
         return {Reason::unreachable, u"The proxy server asks for a password."_s};
     default:
-        return {Reason::other, u"The request to %1 failed: %2."_s.arg(server, reply.errorString())};
+        return {Reason::other, u"The request to %1 failed: %2."_s.arg(server, text)};
     }
 }
 
