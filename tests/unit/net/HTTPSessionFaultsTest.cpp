@@ -5,6 +5,7 @@
 #include "support/ProcessResources.h"
 #include "support/ScriptedServer.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -293,5 +294,5 @@ void HTTPSessionFaultsTest::aBodyThatIsAnnouncedTakesNoRoomBeforeItComes() {
     QVERIFY(ProcessResources::now().residentKiB - before.residentKiB < 20'000);
 }
 
-QTEST_GUILESS_MAIN(HTTPSessionFaultsTest)
+QUILLO_TEST(HTTPSessionFaultsTest, QCoreApplication)
 #include "HTTPSessionFaultsTest.moc"

@@ -196,7 +196,8 @@ void HTTPSessionRoutesTest::aSlowLookUpTimesOutAndHoldsUpNobody() {
 void HTTPSessionRoutesTest::aSlowLookUpDoesNotHoldUpTheExit() {
     QProcess program; // this one; see main
     program.setProcessChannelMode(QProcess::ForwardedChannels);
-    program.start(QCoreApplication::applicationFilePath(), {u"--end-during-a-slow-look-up"_s});
+    program.start(QCoreApplication::applicationFilePath(),
+                  {u"HTTPSessionRoutesTest"_s, u"--end-during-a-slow-look-up"_s});
     QVERIFY(program.waitForFinished(10'000));
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), 0);
@@ -300,7 +301,8 @@ int endDuringASlowLookUp(int argumentCount, char** arguments) {
 
 } // namespace
 
-int main(int argumentCount, char** arguments) {
+/// Started by its own tests, too, as a program that ends.
+int HTTPSessionRoutesTestMain(int argumentCount, char** arguments) {
     if (argumentCount == 2 && std::strcmp(arguments[1], "--end-during-a-slow-look-up") == 0) {
         return endDuringASlowLookUp(argumentCount, arguments);
     }

@@ -103,7 +103,7 @@ private Q_SLOTS:
         }
         QVERIFY(waitUntil([&] { return fixture->backend.openConnections() == 6; })); // the rest wait
         QVERIFY(store.isLoading);
-        QVERIFY(fixture->refreshes() > 1);
+        QVERIFY(waitUntil([&] { return fixture->refreshes() > 1; }));
         QCOMPARE((*store.timeline)->totalOwed, 1234.5);
         QVERIFY2(probe.longestStall() < LoopStallProbe::budget,
                  qPrintable(QString::number(probe.longestStall().count())));

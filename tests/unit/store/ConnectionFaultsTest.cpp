@@ -4,6 +4,7 @@
 #include "support/PrivateBus.h"
 #include "support/PrivateKeyring.h"
 #include "support/ProcessResources.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTcpServer>
@@ -217,5 +218,5 @@ private:
     ProcessResources atFirst;
 };
 
-QTEST_GUILESS_MAIN(ConnectionFaultsTest)
+QUILLO_TEST(ConnectionFaultsTest, QCoreApplication)
 #include "ConnectionFaultsTest.moc"

@@ -3,6 +3,7 @@
 #include "support/PrivateKeyring.h"
 #include "support/ProcessResources.h"
 #include "support/TestCertificates.h"
+#include "support/TestMain.h"
 #include "support/Wait.h"
 
 #include <QTest>
@@ -81,5 +82,5 @@ private:
     PrivateKeyring keyring{bus};
 };
 
-QTEST_GUILESS_MAIN(HangingBackendTest)
+QUILLO_TEST(HangingBackendTest, QCoreApplication)
 #include "HangingBackendTest.moc"
