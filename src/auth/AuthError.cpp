@@ -23,6 +23,11 @@ AuthError AuthError::portUnavailable() {
             QStringLiteral("Ports 53682/53683 are in use — close the conflicting app and retry")};
 }
 
+AuthError AuthError::noService() {
+    return {Kind::noService,
+            QStringLiteral("This build names no sign-in service; put an API key into Settings.")};
+}
+
 AuthError AuthError::tokenEndpoint(const QString& message) {
     return {Kind::tokenEndpoint, QStringLiteral("Token exchange failed: ") + message};
 }

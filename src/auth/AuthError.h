@@ -13,6 +13,7 @@ public:
         stateMismatch,
         badCallback,
         portUnavailable,
+        noService,
         tokenEndpoint
     };
 
@@ -21,6 +22,8 @@ public:
     [[nodiscard]] static AuthError stateMismatch();
     [[nodiscard]] static AuthError badCallback();
     [[nodiscard]] static AuthError portUnavailable();
+    /// The program was built without an identity provider.
+    [[nodiscard]] static AuthError noService();
     /// `message` is what the token endpoint answered.
     [[nodiscard]] static AuthError tokenEndpoint(const QString& message);
 

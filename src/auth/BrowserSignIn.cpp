@@ -23,6 +23,11 @@ constexpr auto scope = QLatin1StringView("openid profile email offline_access");
 /// The redirect URIs registered with the identity provider name these ports; tried in this order.
 constexpr std::array<quint16, 2> callbackPorts{53682, 53683};
 
+bool namesNoService(const QString& identityOrigin) {
+    const auto host = QUrl(identityOrigin, QUrl::StrictMode).host();
+    return host.endsWith(QLatin1StringView(".example")) || host.endsWith(QLatin1StringView(".example."));
+}
+
 QUrl authorizationUrl(const QString& identityOrigin, const QString& redirectUri, const QString& challenge,
                       const QString& state) {
     QUrlQuery query;
@@ -46,6 +51,10 @@ QUrl authorizationUrl(const QString& identityOrigin, const QString& redirectUri,
 
 void AuthManager::signIn() {
     if (state->isSigningIn()) {
+        return;
+    }
+    if (namesNoService(identityOrigin)) {
+        lastAuthError = errorDescription(AuthError::noService());
         return;
     }
     lastAuthError = std::nullopt;
