@@ -37,3 +37,6 @@ testPackages=(
     xfwm4 metacity sway waybar grim lxqt-panel qt6-wayland
     man-db x11-utils x11-xkb-utils x11-xserver-utils xinput
 )
+
+# Building and checking the Debian package, here or in a system of its own.
+packagingPackages=(dpkg-dev debhelper lintian debootstrap)
