@@ -2,6 +2,7 @@
 
 #include "BuildConfiguration.h"
 #include "platform/desktop/NotificationCenter.h"
+#include "platform/symbols/Symbols.h"
 #include "store/AppStore.h"
 #include "ui/Environment.h"
 #include "ui/MenuRenderer.h"
@@ -11,6 +12,12 @@
 #include <QMessageBox>
 
 namespace quillo {
+
+namespace {
+
+constexpr QSize aboutIconSize(64, 64);
+
+} // namespace
 
 ApplicationMenu::ApplicationMenu(QMainWindow& owner, NotificationCenter& notifications,
                                  const MenuActions& actions)
@@ -46,6 +53,7 @@ void ApplicationMenu::showAbout() {
     about->setInformativeText(
         QStringLiteral("Keeps your credit-card balance in view.\nFree software under the MIT "
                        "licence."));
+    about->setIconPixmap(applicationIcon().pixmap(aboutIconSize, window.devicePixelRatioF()));
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->open();
 }
