@@ -23,8 +23,8 @@ Keychain::Change make(const QString& account, const std::optional<QString>& valu
 } // namespace
 
 SecretStore::SecretStore(const QDBusConnection& sessionBus)
-    : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
-          busName, u"/org/freedesktop/secrets"_s, sessionBus)),
+    : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(busName, u"/org/freedesktop/secrets"_s,
+                                                                     sessionBus)),
       serviceWatcher(std::make_unique<QDBusServiceWatcher>(busName, sessionBus,
                                                            QDBusServiceWatcher::WatchForRegistration)),
       opener(*service) {
