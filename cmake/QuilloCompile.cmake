@@ -1,19 +1,22 @@
 # How every target of the project is compiled.
 
+include(CheckCXXCompilerFlag)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-find_program(QUILLO_CCACHE ccache)
-if(QUILLO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+option(QUILLO_CCACHE "Compile through ccache where it is installed" ON)
+find_program(QUILLO_CCACHE_PROGRAM ccache)
+if(QUILLO_CCACHE AND QUILLO_CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     # Precompiled headers need these sloppiness settings to be cacheable at all. The base directory, and not
     # looking at the working one, lets several checkouts share one cache.
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
         "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=true
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-        ${QUILLO_CCACHE})
+        ${QUILLO_CCACHE_PROGRAM})
 endif()
 
 add_library(quillo_compile INTERFACE)
@@ -41,9 +44,18 @@ if(QUILLO_SANITIZE)
         target_compile_options(quillo_compile INTERFACE -Wno-maybe-uninitialized)
     endif()
 endif()
-if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
-    target_compile_definitions(quillo_compile INTERFACE _FORTIFY_SOURCE=2)
-    target_compile_options(quillo_compile INTERFACE -fstack-protector-strong -ffunction-sections -fdata-sections)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT QUILLO_SANITIZE)
+    # Also without a build type, as distributors build.
+    target_compile_options(quillo_compile INTERFACE
+        -fstack-protector-strong -fstack-clash-protection -ffunction-sections -fdata-sections)
+    check_cxx_compiler_flag(-fcf-protection QUILLO_CF_PROTECTION) # x86 only
+    if(QUILLO_CF_PROTECTION)
+        target_compile_options(quillo_compile INTERFACE -fcf-protection)
+    endif()
+    if(CMAKE_BUILD_TYPE AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
+        # Needs optimisation. A level that a distributor chose stands.
+        target_compile_options(quillo_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    endif()
     target_link_options(quillo_compile INTERFACE -Wl,--gc-sections -Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 

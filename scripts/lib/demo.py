@@ -62,8 +62,9 @@ def run_on_own_desktop():
         except subprocess.SubprocessError:
             print("The secret store of this desktop cannot be written, so Quillo starts without an API key.")
         quillo.start()
-        print(f"Quillo is in your panel. To try signing in: {sandbox.email}, password {sandbox.password}")
-        print("Quit Quillo from its menu, or press Ctrl+C here.", flush=True)
+        print("Quillo is in your panel: click on the amount, and choose the ledger or the settings.")
+        print(f"Sign in from the menu: {sandbox.email}, password {sandbox.password}")
+        print("Ctrl+Shift+R brings the ledger from anywhere. Quit from the menu, or press Ctrl+C here.", flush=True)
         status = quillo.wait_for_end(timeout=None)
         if status != 0:
             sys.exit(f"Quillo ended with status {status}:\n{quillo.output()}")

@@ -35,5 +35,8 @@ testPackages=(
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
     xfwm4 metacity sway waybar grim lxqt-panel qt6-wayland
-    man-db x11-utils x11-xkb-utils x11-xserver-utils xinput
+    man-db mandoc x11-utils x11-xkb-utils x11-xserver-utils xinput
 )
+
+# Building and checking the Debian package, here or in a system of its own.
+packagingPackages=(dpkg-dev debhelper lintian debootstrap)

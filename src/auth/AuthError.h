@@ -20,6 +20,10 @@ public:
     [[nodiscard]] static AuthError portUnavailable() {
         return AuthError(u"Ports 53682/53683 are in use — close the conflicting app and retry"_s);
     }
+    /// The program was built without an identity provider.
+    [[nodiscard]] static AuthError noService() {
+        return AuthError(u"This build names no sign-in service; put an API key into Settings."_s);
+    }
     /// `message` is what the token endpoint answered.
     [[nodiscard]] static AuthError tokenEndpoint(const QString& message) {
         return AuthError(u"Token exchange failed: "_s + message);

@@ -59,7 +59,9 @@ public:
 
     /// Signs the user in through their browser (RFC 8252: authorization code with PKCE, the redirect caught
     /// on the loopback interface). Returns at once; `state` tells how it goes, and `lastAuthError` why it did
-    /// not. Does nothing while a sign-in is under way.
+    /// not. Does nothing while a sign-in is under way, and opens nothing when the identity provider's host
+    /// lies in `.example`, where by RFC 2606 nothing exists: it is the default of a build that was not told
+    /// of one.
     void signIn();
 
     /// Ends the session, or the sign-in that is under way, and forgets its secrets. `lastAuthError` stays.

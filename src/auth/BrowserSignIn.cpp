@@ -25,6 +25,11 @@ constexpr auto scope = "openid profile email offline_access"_L1;
 /// The redirect URIs registered with the identity provider name these ports; tried in this order.
 constexpr std::array<quint16, 2> callbackPorts{53682, 53683};
 
+bool namesNoService(const QString& identityOrigin) {
+    const auto host = QUrl(identityOrigin, QUrl::StrictMode).host();
+    return host.endsWith(QLatin1StringView(".example")) || host.endsWith(QLatin1StringView(".example."));
+}
+
 QUrl authorizationUrl(const QString& identityOrigin, const QString& redirectUri, const QString& challenge,
                       const QString& state) {
     QUrlQuery query;
@@ -48,6 +53,10 @@ QUrl authorizationUrl(const QString& identityOrigin, const QString& redirectUri,
 
 void AuthManager::signIn() {
     if (state->isSigningIn()) {
+        return;
+    }
+    if (namesNoService(identityOrigin)) {
+        lastAuthError = errorDescription(AuthError::noService());
         return;
     }
     lastAuthError = std::nullopt;

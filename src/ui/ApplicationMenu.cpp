@@ -1,6 +1,7 @@
 #include "ui/ApplicationMenu.h"
 
 #include "BuildConfiguration.h"
+#include "platform/symbols/Symbols.h"
 #include "ui/MenuRenderer.h"
 
 #include <QMainWindow>
@@ -10,6 +11,12 @@
 namespace quillo {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QSize aboutIconSize(64, 64);
+
+} // namespace
 
 ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& whatToDo)
     : QObject(&owner), window(owner), actions(whatToDo), statusMenu(new MenuRenderer(&owner)) {
@@ -35,6 +42,7 @@ void ApplicationMenu::showAbout() {
                                   QMessageBox::Ok, &window);
     about->setInformativeText(u"Keeps your credit-card balance in view.\nFree software under the MIT "
                               "licence."_s);
+    about->setIconPixmap(applicationIcon().pixmap(aboutIconSize, window.devicePixelRatioF()));
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->open();
 }

@@ -1,5 +1,6 @@
 #include "ui/SingleWindow.h"
 
+#include "platform/symbols/Symbols.h"
 #include "ui/WindowActivation.h"
 
 #include <QCloseEvent>
@@ -39,6 +40,7 @@ public:
         setAttribute(Qt::WA_DeleteOnClose);
         setObjectName(scene.identifier);
         setWindowTitle(scene.title);
+        setWindowIcon(applicationIcon());
         if (scene.prepare) {
             scene.prepare(*this);
         }

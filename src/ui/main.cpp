@@ -3,13 +3,29 @@
 #include "platform/desktop/LaunchFeedback.h"
 #include "platform/desktop/SessionRestart.h"
 #include "platform/desktop/SingleInstance.h"
+#include "ui/CommandLine.h"
 #include "ui/QuilloApp.h"
 
 #include <QApplication>
 
+#include <cstdio>
+#include <cstdlib>
 #include <malloc.h>
 
+namespace {
+
+int print(const quillo::CommandLineAnswer& answer) {
+    std::fputs(answer.output.c_str(), stdout);
+    std::fputs(answer.error.c_str(), stderr);
+    return std::fflush(stdout) == 0 ? answer.status : EXIT_FAILURE;
+}
+
+} // namespace
+
 int main(int argc, char* argv[]) {
+    if (const auto answer = quillo::answerCommandLine({argv, static_cast<std::size_t>(argc)})) {
+        return print(*answer);
+    }
     // Reading an answer takes blocks several times its size for a moment. From this size on blocks are mapped
     // on their own and go back whole; unless told, the allocator learns from the first to keep the next.
     constexpr int mappedFrom = 128 * 1024;

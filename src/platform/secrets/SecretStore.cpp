@@ -26,8 +26,8 @@ bool isUsable(Collection collection) {
 } // namespace
 
 SecretStore::SecretStore(const QDBusConnection& sessionBus)
-    : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(
-          busName, u"/org/freedesktop/secrets"_s, sessionBus)),
+    : service(std::make_unique<OrgFreedesktopSecretServiceInterface>(busName, u"/org/freedesktop/secrets"_s,
+                                                                     sessionBus)),
       serviceWatcher(std::make_unique<QDBusServiceWatcher>(busName, sessionBus,
                                                            QDBusServiceWatcher::WatchForRegistration)) {
     watchService();

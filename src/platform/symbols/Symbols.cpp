@@ -56,4 +56,8 @@ QIcon symbolIcon(const QString& name, int size, const QColor& colour, qreal devi
     return icon;
 }
 
+QIcon applicationIcon() {
+    return QIcon(QStringLiteral(":/icons/hicolor/scalable/apps/app.quillo.Quillo.svg"));
+}
+
 } // namespace quillo

@@ -19,4 +19,8 @@ namespace quillo {
 /// The same as an icon for a button, dimmed where the button is disabled.
 [[nodiscard]] QIcon symbolIcon(const QString& name, int size, const QColor& colour, qreal devicePixelRatio);
 
+/// The program's own icon, in colour, for title bars of desktops that look at windows and not at desktop
+/// files.
+[[nodiscard]] QIcon applicationIcon();
+
 } // namespace quillo

@@ -108,6 +108,7 @@ private Q_SLOTS:
         QVERIFY(about->isVisible());
         QCOMPARE(about->text(), u"Quillo "_s + build::version);
         QVERIFY(about->informativeText().contains(u"MIT"_s));
+        QCOMPARE(about->iconPixmap().deviceIndependentSize(), QSizeF(64, 64));
         QTest::keyClick(about, Qt::Key_Escape);
         QVERIFY(waitUntil([&] { return about.isNull(); }));
         QVERIFY(fixture.window.isVisible());

@@ -60,6 +60,12 @@ private Q_SLOTS:
         QCOMPARE(ledger.window()->size(), QSize(960, 640));
     }
 
+    void hasTheApplicationsIconInItsTitleBar() {
+        SingleWindow ledger(ledgerScene([] { return new QWidget; }));
+        ledger.open();
+        QVERIFY(!ledger.window()->windowIcon().pixmap(QSize(32, 32)).isNull());
+    }
+
     void cannotBeSmallerThanItsContentNeeds() {
         SingleWindow ledger(ledgerScene([] { return new QWidget; }));
         ledger.open();
