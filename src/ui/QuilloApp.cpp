@@ -94,7 +94,9 @@ struct QuilloApp::Parts {
     static LoginItem registeredLoginItem() {
         auto item = LoginItem::mainApp();
         try {
-            item.register_();
+            if (item.status() != LoginItemStatus::enabled) {
+                item.register_();
+            }
         } catch (const LoginItemError&) {
             // Shown by the settings window's status message, if it matters.
         }
