@@ -103,16 +103,17 @@ void LedgerTable::keepMinimumWidth(int section, int, int width) {
     }
 }
 
-LedgerTable::Prepared LedgerTable::Prepared::make(Ledger next, std::shared_ptr<const PreparedLedger> before) {
-    const auto& former = before->lines();
+LedgerTable::Prepared LedgerTable::Prepared::make(Ledger next, std::shared_ptr<const PreparedLedger> former) {
+    Prepared made{.ledger = {}, .before = std::move(former)};
+    const auto& known = made.before->lines();
     // A refresh seldom brings anything new. Lines that are equal need not be prepared again.
-    if (next && next->transactions == former) {
-        auto same = std::make_shared<const PreparedLedger>(std::move(next), *before);
-        return {.ledger = std::move(same), .before = std::move(before), .moved = std::nullopt};
+    if (next && next->transactions == known) {
+        made.ledger = std::make_shared<const PreparedLedger>(std::move(next), *made.before);
+        return made;
     }
-    auto other = std::make_shared<const PreparedLedger>(std::move(next));
-    auto moved = successors(former, other->lines());
-    return {.ledger = std::move(other), .before = std::move(before), .moved = std::move(moved)};
+    made.ledger = std::make_shared<const PreparedLedger>(std::move(next));
+    made.moved = successors(known, made.ledger->lines());
+    return made;
 }
 
 void LedgerTable::setLedger(Ledger ledger) {

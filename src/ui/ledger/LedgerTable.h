@@ -49,7 +49,7 @@ private:
         std::shared_ptr<const PreparedLedger> before = {};
         std::optional<std::vector<LinePosition>> moved = {}; ///< absent: every line where it was
 
-        [[nodiscard]] static Prepared make(Ledger ledger, std::shared_ptr<const PreparedLedger> before);
+        [[nodiscard]] static Prepared make(Ledger ledger, std::shared_ptr<const PreparedLedger> former);
     };
 
     /// What is to be found again in other rows.
