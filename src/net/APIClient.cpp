@@ -39,10 +39,12 @@ Task<std::shared_ptr<T>> decoded(std::shared_ptr<WorkQueue> worker, QByteArray b
     if (body.size() < decodedAside) {
         // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
         co_return std::make_shared<T>(decode(std::move(body))); // NOLINT(clang-analyzer-cplusplus.Move)
+    } else { // NOLINT(readability-else-after-return): cppcheck does not know that a coroutine ended above
+        auto work =
+            worker->run([body = std::move(body), decode]() mutable { return decode(std::move(body)); });
+        auto value = co_await work;
+        co_return worker->share(std::move(value));
     }
-    auto work = worker->run([body = std::move(body), decode]() mutable { return decode(std::move(body)); });
-    auto value = co_await work;
-    co_return worker->share(std::move(value));
 }
 
 } // namespace
