@@ -79,7 +79,7 @@ constexpr char beyondDoubles[] = "\x01 number beyond the doubles";
     constexpr qsizetype mayBeBeyond = 308;
     const bool hasExponent = number.contains('e') || number.contains('E');
     const bool isLongInteger = number.size() > alwaysFits && !number.contains('.') && !hasExponent;
-    const QByteArray written = number.toByteArray() + (isLongInteger ? "e0" : "");
+    QByteArray written = number.toByteArray() + (isLongInteger ? "e0" : "");
     if (!hasExponent && number.size() <= mayBeBeyond) {
         return written;
     }

@@ -96,7 +96,7 @@ void ResponseReader::parse() {
 }
 
 void ResponseReader::readHead() {
-    response.status = parser->get().result_int();
+    response.status = static_cast<int>(parser->get().result_int());
     if (response.status < 200 && response.status != 101) { // 101 ends HTTP, which nobody asked for
         parser = std::make_unique<Parser>();
         return;

@@ -11,8 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Tone = BannerContent::Tone;
-
 QString dollars(double amount) {
     return NumberFormat::dollars(amount, 2);
 }
@@ -29,16 +27,16 @@ BannerContent linkBanner(const Attention& attention) {
     case Trouble::reconnect:
         banner.headline = u"Bank connection needs re-authentication"_s;
         banner.buttonTitle = u"Reconnect now"_s;
-        banner.tone = Tone::red;
+        banner.tone = BannerContent::Tone::red;
         break;
     case Trouble::addCard:
         banner.headline = u"No credit card linked"_s;
         banner.buttonTitle = u"Re-run Link"_s;
-        banner.tone = Tone::orange;
+        banner.tone = BannerContent::Tone::orange;
         break;
     case Trouble::outage:
         banner.headline = u"Bank is having a service issue"_s;
-        banner.tone = Tone::orange;
+        banner.tone = BannerContent::Tone::orange;
         break;
     }
     return banner;
@@ -73,8 +71,9 @@ LedgerHeaderContent LedgerHeaderContent::of(const AppState& state) {
     if (const auto& ledger = state.visible()) {
         content.totals = totalsOf(*ledger);
     } else if (state.error) {
-        content.error = BannerContent{
-            .symbol = u"exclamationmark.triangle"_s, .subtitle = *state.error, .tone = Tone::red};
+        content.error = BannerContent{.symbol = u"exclamationmark.triangle"_s,
+                                      .subtitle = *state.error,
+                                      .tone = BannerContent::Tone::red};
     } else {
         content.isWaiting = true;
     }
