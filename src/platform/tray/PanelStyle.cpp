@@ -61,6 +61,7 @@ Task<> PanelStyle::ask() {
 }
 
 void PanelStyle::onSettingChanged(const QString&, const QString&, const QDBusVariant& value) {
+    asking.cancel(); // its answer may have come before this and be taken up after it
     prefer(value.variant());
 }
 
