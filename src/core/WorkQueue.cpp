@@ -1,6 +1,7 @@
 #include "core/WorkQueue.h"
 
-#include <QMetaObject>
+#include <QCoreApplication>
+#include <QEvent>
 #include <QObject>
 
 #include <condition_variable>
@@ -14,7 +15,7 @@ namespace quillo {
 /// Outlives the queue for as long as its thread is at work.
 class WorkQueue::Shared {
 public:
-    Shared() { receiver.emplace(); }
+    Shared() { receiver.emplace(*this); }
     static void post(const std::shared_ptr<Shared>& self, Job job,
                      const std::shared_ptr<OneShotEvent>& ended);
     bool waitForJobs(std::chrono::milliseconds limit);
@@ -29,13 +30,32 @@ private:
         [[nodiscard]] bool isForgotten() const { return isAwaited && ended.expired(); }
     };
 
+    /// Hears on the queue's own thread that work has ended.
+    class Receiver final : public QObject {
+    public:
+        explicit Receiver(Shared& owner) : shared(owner) {}
+        bool event(QEvent* event) override {
+            if (event->type() != QEvent::User) {
+                return QObject::event(event);
+            }
+            shared.tellWhoWaits();
+            return true;
+        }
+
+    private:
+        Shared& shared;
+    };
+
     void work();
+    void tellWhoWaits();
 
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Entry> jobs;
-    std::optional<QObject>
-        receiver; ///< hears that work has ended; made and destroyed on the thread of the queue's owner
+    /// Who waits for work that has ended. Handed over here and not within an event, because the thread
+    /// sanitizer knows this mutex and not those of Qt.
+    std::deque<std::weak_ptr<OneShotEvent>> ended;
+    std::optional<Receiver> receiver; ///< made and destroyed on the thread of the queue's owner
     std::thread thread;
     bool busy = false;
     bool closed = false;
@@ -102,12 +122,21 @@ void WorkQueue::Shared::work() {
             return;
         }
         if (next.isAwaited) {
-            const auto tell = [ended = std::move(next.ended)] {
-                if (const auto waiting = ended.lock()) {
-                    waiting->fire();
-                }
-            };
-            QMetaObject::invokeMethod(&*receiver, tell, Qt::QueuedConnection);
+            ended.push_back(std::move(next.ended));
+            QCoreApplication::postEvent(&*receiver, new QEvent(QEvent::User));
+        }
+    }
+}
+
+void WorkQueue::Shared::tellWhoWaits() {
+    std::deque<std::weak_ptr<OneShotEvent>> finished;
+    {
+        const std::lock_guard lock(mutex);
+        finished.swap(ended);
+    }
+    for (const auto& one : finished) {
+        if (const auto waiting = one.lock()) {
+            waiting->fire();
         }
     }
 }

@@ -16,7 +16,12 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int openings = 2000;
+/// Code under a sanitizer takes several times the memory.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr qint64 boundKiB = qint64{800} * 1024;
+#else
 constexpr qint64 boundKiB = qint64{80} * 1024;
+#endif
 
 /// As the transport's; requests and connections are few enough to be told apart from a leak.
 constexpr qsizetype connectionsAtOnce = 6;
