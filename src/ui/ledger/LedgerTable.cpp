@@ -135,8 +135,11 @@ void LedgerTable::setLedger(Ledger ledger) {
 Task<> LedgerTable::prepare() {
     auto work = worker.run(
         [ledger = wantedLedger, before = lines->rows()->prepared] { return Prepared::make(ledger, before); });
-    prepared = co_await work;
-    updateRows();
+    auto made = co_await work;
+    if (made.ledger->ledger() == wantedLedger) {
+        prepared = std::move(made);
+        updateRows();
+    }
 }
 
 void LedgerTable::setSearch(const QString& text) {
@@ -170,7 +173,10 @@ Task<> LedgerTable::order() {
         return std::make_shared<const LedgerRows>(LedgerRows::of(ledger, text, wanted));
     });
     auto rows = co_await work;
-    showRows(std::move(rows));
+    // A wait that is over may go on although it was cancelled; then something else is wanted by now.
+    if (rows->prepared == prepared.ledger && rows->search == search && rows->order == sortOrder) {
+        showRows(std::move(rows));
+    }
 }
 
 void LedgerTable::showRows(std::shared_ptr<const LedgerRows> rows) {
