@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <malloc.h>
 
 // What QUILLO_TEST (TestMain.h) makes; a test may also write it itself.
 #define QUILLO_TEST(name) int name##Main(int argc, char** argv);
@@ -26,6 +27,8 @@ constexpr Test tests[] = {
 } // namespace
 
 int main(int argc, char** argv) {
+    constexpr int mappedFrom = 128 * 1024; // as in the program: what is large is moved by its pages
+    mallopt(M_MMAP_THRESHOLD, mappedFrom);
     for (const auto& test : tests) {
         if (argc > 1 && std::strcmp(argv[1], test.name) == 0) {
             return test.run(argc - 1, argv + 1);
