@@ -44,7 +44,10 @@ private Q_SLOTS:
         QVERIFY(runtimeFolder.isValid());
         QFile::setPermissions(runtimeFolder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", runtimeFolder.path().toUtf8());
-        (void)squareIcons({u"creditcard"_s, {}, u"1"_s}, {}); // the first of a process loads fonts
+        for (const auto& symbol : {u"creditcard"_s, u"network.slash"_s, u"hourglass"_s}) {
+            (void)squareIcons({symbol, {}, {}}, {}); // the first of a process reads its file
+        }
+        (void)wideIcons({u"creditcard"_s, u"Quillo · $1…"_s, {}}, {}); // and loads fonts
     }
 
     void aWideIconCarriesSymbolAndText_data() {
