@@ -4,7 +4,6 @@
 #include "net/APIClient.h"
 #include "net/HTTPSession.h"
 #include "platform/defaults/UserDefaults.h"
-#include "platform/desktop/ApplicationActivity.h"
 #include "platform/desktop/IdleMemory.h"
 #include "platform/desktop/LoginItem.h"
 #include "platform/desktop/NotificationCenter.h"
@@ -111,8 +110,8 @@ struct QuilloApp::Parts {
     SecretStore secrets;
     AppStore store;
     MenuActions actions;
-    SleepMonitor sleepMonitor{QDBusConnection::systemBus(), notifications};
-    ApplicationActivity activity{notifications};
+    std::unique_ptr<QObject> sleepMonitor = monitorSleep(QDBusConnection::systemBus(), notifications);
+    std::unique_ptr<QObject> activity = watchActivity(notifications);
     MenuTracking menuTracking{notifications};
     TerminationSignals termination{[] { QCoreApplication::quit(); }};
     SingleWindow ledger;

@@ -180,9 +180,6 @@ void APIClientTest::errorsCarryTheirTexts() {
     QCOMPARE(APIError::decode(u"as_of: missing"_s).errorDescription(), u"Decode error: as_of: missing"_s);
     QCOMPARE(APIError::badURL().errorDescription(), u"Bad backend URL"_s);
     QCOMPARE(APIError::unauthorized().errorDescription(), u"Sign-in rejected (401)"_s);
-    QVERIFY(APIError::http(503).which() == APIError::Case(APIError::HTTP{503}));
-    QVERIFY(APIError::http(503).which() != APIError::http(500).which());
-    QCOMPARE(APIError::unauthorized().which().index(), 3U);
 }
 
 void APIClientTest::sharedIsOneInstance() {
@@ -379,7 +376,6 @@ void APIClientTest::noContentIsADecodeErrorForTheLedger() {
     server.startOver(Answer::http(204));
     const auto failure = failureOf<APIError>(client.timeline(server.origin(), key, true));
     QVERIFY(failure);
-    QVERIFY(std::holds_alternative<APIError::Decode>(failure->which()));
     QVERIFY(failure->errorDescription().startsWith(u"Decode error: "_s));
 }
 
@@ -448,7 +444,6 @@ void APIClientTest::aLargeLedgerMayBeDroppedWhileItIsDecoded() {
     // The connection closes with the response's end, and then the body is being decoded.
     QVERIFY(waitUntil([&] { return server.openConnections() == 0; }));
     task.cancel();
-    QVERIFY(!task);
     drainEvents();
     const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
