@@ -14,6 +14,9 @@ using namespace Qt::Literals::StringLiterals;
 DBusMenu::DBusMenu(QObject* parent) : QObject(parent) {
     dbus::registerTypes();
     new DBusMenuAdaptor(this); // owned by this object; Qt finds it among the children
+    setProperty("Version", 3U);
+    setProperty("TextDirection", QGuiApplication::layoutDirection() == Qt::RightToLeft ? u"rtl"_s : u"ltr"_s);
+    setProperty("Status", u"normal"_s);
 }
 
 bool DBusMenu::exportOn(QDBusConnection connection) {
@@ -28,14 +31,6 @@ void DBusMenu::setMenu(Menu menu) {
     if (change.layoutParent) {
         Q_EMIT LayoutUpdated(tree.revision(), *change.layoutParent);
     }
-}
-
-QString DBusMenu::textDirection() const {
-    return QGuiApplication::layoutDirection() == Qt::RightToLeft ? u"rtl"_s : u"ltr"_s;
-}
-
-QString DBusMenu::status() const {
-    return u"normal"_s;
 }
 
 void DBusMenu::refuse(int id) {
