@@ -35,7 +35,7 @@ void StatusItemScene::show() {
 
 void StatusItemScene::render(const AppState& state) {
     const auto label = MenuBarLabel::of(state);
-    item.setContent({.symbol = label.iconName, .text = label.text, .shortText = label.shortText});
+    item.setFace({.symbol = label.iconName, .text = label.text, .shortText = label.shortText});
     item.setMenu(menuBarContent(state, actions));
     if (menu && menu->isVisible()) {
         menu->setMenu(menuBarContent(state, actions));

@@ -20,7 +20,7 @@ DockedItem::DockedItem(std::chrono::milliseconds patience) {
 
 DockedItem::~DockedItem() = default;
 
-void DockedItem::setFace(const PaintedFace& nextFace, const PaintStyle& nextStyle) {
+void DockedItem::setFace(const ItemFace& nextFace, const PaintStyle& nextStyle) {
     face = nextFace;
     style = nextStyle;
     render();

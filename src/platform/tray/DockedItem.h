@@ -34,15 +34,15 @@ public:
     [[nodiscard]] State state() const noexcept { return present; }
 
     /// The tray's own colour, where it has one, goes before that of the style.
-    void setFace(const PaintedFace& face, const PaintStyle& style);
+    void setFace(const ItemFace& face, const PaintStyle& style);
 
 Q_SIGNALS:
     /// In state `docking` the window's face may still be set before the tray sees it.
     void stateChanged();
 
-    /// The user clicked; positions are the screen's.
-    void pressed(const QPoint& position);
+    void pressed();
 
+    /// At that place of the screen.
     void pointerRested(const QPoint& position);
 
 private:
@@ -55,7 +55,7 @@ private:
 
     XEmbedTray tray;
     std::unique_ptr<DockedWindow> window;
-    PaintedFace face;
+    ItemFace face;
     PaintStyle style;
     State present = State::noTray;
     QTimer waiting;

@@ -1,7 +1,6 @@
 #include "platform/tray/DockedWindow.h"
 
 #include <QCursor>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 
@@ -31,7 +30,7 @@ DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
     connect(&rest, &QTimer::timeout, this, [this] { Q_EMIT pointerRested(QCursor::pos()); });
 }
 
-void DockedWindow::setFace(const PaintedFace& nextFace, const PaintStyle& nextStyle) {
+void DockedWindow::setFace(const ItemFace& nextFace, const PaintStyle& nextStyle) {
     if (nextFace == face && nextStyle == style) {
         return;
     }
@@ -61,9 +60,9 @@ bool DockedWindow::event(QEvent* event) {
     return QRasterWindow::event(event);
 }
 
-void DockedWindow::mousePressEvent(QMouseEvent* event) {
+void DockedWindow::mousePressEvent(QMouseEvent*) {
     rest.stop();
-    Q_EMIT pressed(event->globalPosition().toPoint());
+    Q_EMIT pressed();
 }
 
 void DockedWindow::resizeEvent(QResizeEvent* event) {

@@ -23,13 +23,12 @@ public:
     DockedWindow(Background background, std::function<void()> clearToParent);
 
     /// Shows it and asks for the room that it takes.
-    void setFace(const PaintedFace& face, const PaintStyle& style);
+    void setFace(const ItemFace& face, const PaintStyle& style);
 
 Q_SIGNALS:
-    /// In the screen's coordinates; the window's own position means nothing within a tray.
-    void pressed(const QPoint& position);
+    void pressed();
 
-    /// The pointer has rested on the window for a while.
+    /// The pointer has rested on the window for a while, at that place of the screen.
     void pointerRested(const QPoint& position);
 
 protected:
@@ -44,7 +43,7 @@ private:
     Background background;
     std::function<void()> clearToParent;
     QPixmap behind;
-    PaintedFace face;
+    ItemFace face;
     PaintStyle style;
     QTimer rest;
 };

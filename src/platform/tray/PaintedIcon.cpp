@@ -120,12 +120,12 @@ dbus::Pixmap pixmapOf(const QImage& painted) {
 
 } // namespace
 
-QSize wideSize(const PaintedFace& face, const QFont& font) {
+QSize wideSize(const ItemFace& face, const QFont& font) {
     const auto used = rowFont(font);
     return {static_cast<int>(std::ceil(rowWidth(shownText(face.text, used), used))), paintedHeight};
 }
 
-void paintWide(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style) {
+void paintWide(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style) {
     const auto font = rowFont(style.font);
     const auto text = shownText(face.text, font);
     const qreal left = area.left() + std::max(0.0, (area.width() - std::ceil(rowWidth(text, font))) / 2);
@@ -137,7 +137,7 @@ void paintWide(QPainter& painter, const QRectF& area, const PaintedFace& face, c
     painter.drawText(QPointF(snapped(left, painter) + symbolSize + gap, snapped(baseline, painter)), text);
 }
 
-void paintSquare(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style) {
+void paintSquare(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style) {
     const qreal side = std::min(area.width(), area.height());
     if (face.shortText.isEmpty()) {
         // Symbols are drawn for 16 pixels; a larger square leaves a margin, as other programs' icons do.
@@ -153,7 +153,7 @@ void paintSquare(QPainter& painter, const QRectF& area, const PaintedFace& face,
     painter.drawText(QPointF(origin.x(), snapped(origin.y(), painter)), face.shortText);
 }
 
-dbus::Pixmaps wideIcons(const PaintedFace& face, const PaintStyle& style) {
+dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style) {
     const auto size = wideSize(face, style.font);
     dbus::Pixmaps pixmaps;
     for (const int scale : scales) {
@@ -166,7 +166,7 @@ dbus::Pixmaps wideIcons(const PaintedFace& face, const PaintStyle& style) {
     return pixmaps;
 }
 
-dbus::Pixmaps squareIcons(const PaintedFace& face, const PaintStyle& style) {
+dbus::Pixmaps squareIcons(const ItemFace& face, const PaintStyle& style) {
     dbus::Pixmaps pixmaps;
     for (const int pixels : squareSizes) {
         auto image = canvas({pixels, pixels}, 1);
