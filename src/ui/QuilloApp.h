@@ -1,6 +1,19 @@
 #pragma once
 
-#include <memory>
+#include "platform/defaults/UserDefaults.h"
+#include "platform/desktop/ApplicationActivity.h"
+#include "platform/desktop/IdleMemory.h"
+#include "platform/desktop/LoginItem.h"
+#include "platform/desktop/NotificationCenter.h"
+#include "platform/desktop/SleepMonitor.h"
+#include "platform/desktop/TerminationSignals.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/secrets/SecretStore.h"
+#include "store/AppStore.h"
+#include "ui/MenuBarContent.h"
+#include "ui/MenuTracking.h"
+#include "ui/SingleWindow.h"
+#include "ui/StatusItemScene.h"
 
 namespace quillo {
 
@@ -12,14 +25,30 @@ class QuilloApp {
 public:
     /// Needs a `QApplication`. What others ask of the instance is answered from now on.
     explicit QuilloApp(SingleInstance& instance);
-    QuilloApp(const QuilloApp&) = delete;
-    QuilloApp& operator=(const QuilloApp&) = delete;
-    ~QuilloApp();
 
 private:
-    struct Parts;
+    [[nodiscard]] MenuActions makeActions();
+    [[nodiscard]] QWidget* makeLedger();
+    [[nodiscard]] WindowScene withMenuBar(WindowScene scene);
 
-    std::unique_ptr<Parts> parts;
+    // In the order in which they are made; each uses only those before it.
+    LoginItem loginItem;
+    SystemClock clock;
+    NotificationCenter notifications;
+    Workspace workspace;
+    UserDefaults defaults;
+    SecretStore secrets;
+    AppStore store;
+    MenuActions actions;
+    SleepMonitor sleepMonitor;
+    ApplicationActivity activity{notifications};
+    MenuTracking menuTracking{notifications};
+    TerminationSignals termination;
+    SingleWindow ledger;
+    SingleWindow settings;
+    StatusItemScene statusItem;
+    IdleMemory memory;
+    Observation storeActivity = store.objectWillChange.observe([this] { memory.noteActivity(); });
 };
 
 } // namespace quillo

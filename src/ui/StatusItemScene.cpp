@@ -25,13 +25,10 @@ StatusItemScene::StatusItemScene(const QDBusConnection& connection, AppStore& sh
     QObject::connect(&item, &StatusItem::toolTipRequested, &item,
                      [](const QPoint& position, const QString& text) { QToolTip::showText(position, text); });
     QObject::connect(&item, &StatusItem::activationTokenReceived, &item, &ActivationToken::offer);
+    item.show();
 }
 
 StatusItemScene::~StatusItemScene() = default;
-
-void StatusItemScene::show() {
-    item.show();
-}
 
 void StatusItemScene::render(const AppState& state) {
     const auto label = MenuBarLabel::of(state);

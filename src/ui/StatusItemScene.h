@@ -23,14 +23,12 @@ class NotificationCenter;
 /// (`notification::openLedgerRequested`).
 class StatusItemScene {
 public:
+    /// Puts the item on the panel, as soon as there is one.
     StatusItemScene(const QDBusConnection& connection, AppStore& store, NotificationCenter& notifications,
                     MenuActions actions);
     StatusItemScene(const StatusItemScene&) = delete;
     StatusItemScene& operator=(const StatusItemScene&) = delete;
     ~StatusItemScene();
-
-    /// Puts the item on the panel, as soon as there is one.
-    void show();
 
 private:
     void render(const AppState& state);

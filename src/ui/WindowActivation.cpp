@@ -1,15 +1,10 @@
 #include "ui/WindowActivation.h"
 
 #include "platform/desktop/ActivationToken.h"
+#include "platform/desktop/X11.h"
 
 #include <QGuiApplication>
 #include <QWidget>
-
-#include <cstdlib>
-#include <memory>
-#include <string_view>
-
-#include <xcb/xcb.h>
 
 namespace quillo {
 
@@ -18,19 +13,12 @@ namespace {
 /// Asks the window manager the way a pager does, in the user's name. Some grant nothing less to a program in
 /// the background (Extended Window Manager Hints, "_NET_ACTIVE_WINDOW").
 void activateAsPager(xcb_connection_t* connection, WId window) {
-    constexpr std::string_view name = "_NET_ACTIVE_WINDOW";
     constexpr std::uint32_t sourceIsPager = 2;
-    const auto request = xcb_intern_atom(connection, 0, name.size(), name.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(connection, request, nullptr), &std::free);
-    if (!atom) {
-        return;
-    }
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = static_cast<xcb_window_t>(window);
-    message.type = atom->atom;
+    message.type = x11::atom(connection, "_NET_ACTIVE_WINDOW");
     message.data.data32[0] = sourceIsPager;
     message.data.data32[1] = XCB_CURRENT_TIME;
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
