@@ -3,11 +3,9 @@
 #include "platform/symbols/Symbols.h"
 #include "ui/Colours.h"
 #include "ui/Controls.h"
-#include "ui/Fonts.h"
 #include "ui/Spinner.h"
 #include "ui/ledger/LedgerBanner.h"
 
-#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -25,6 +23,7 @@ namespace {
 constexpr double largeFigure = 36;
 constexpr double mediumFigure = 24;
 constexpr double leastFigureScale = 0.4;
+constexpr int margin = 12;
 constexpr int figureSpacing = 10;
 constexpr int spinnerSize = 28;
 constexpr int cardSymbolSize = 14;
@@ -41,7 +40,9 @@ QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFon
 }
 
 QLabel* captionLabel(QWidget* parent) {
-    return label(parent, parent->font().pointSizeF() * captionScale);
+    auto* text = label(parent);
+    text->setFont(captionFont(text->font()));
+    return text;
 }
 
 /// The lines of the header read from left to right, also when they begin with an amount in a script that does
@@ -71,7 +72,7 @@ LedgerHeader::LedgerHeader(QWidget* parent)
       spinner(new Spinner(spinnerSize, this)) {
     layOutTotals();
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(12, 12, 12, 12);
+    column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(10);
     column->addWidget(snapshotBanner);
     column->addWidget(linkBanner);
@@ -107,7 +108,6 @@ void LedgerHeader::layOutTotals() {
     column->addWidget(caption);
     column->addLayout(figures);
     column->addLayout(credit);
-    totals->installEventFilter(this);
 }
 
 void LedgerHeader::setContent(const LedgerHeaderContent& content) {
@@ -152,7 +152,7 @@ void LedgerHeader::fitFigures() {
                                                   {pending, mediumFigure},
                                                   {equals, mediumFigure},
                                                   {total, largeFigure}};
-    double room = totals->width();
+    double room = width() - 2 * margin;
     double needed = 0;
     for (const auto& [figure, size] : figures) {
         if (!figure->isHidden()) {
@@ -178,11 +178,9 @@ void LedgerHeader::fitFigures() {
     }
 }
 
-bool LedgerHeader::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == totals && event->type() == QEvent::Resize) {
-        fitFigures();
-    }
-    return QWidget::eventFilter(watched, event);
+void LedgerHeader::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    fitFigures();
 }
 
 } // namespace quillo

@@ -137,16 +137,12 @@ const std::vector<Transaction>& PreparedLedger::lines() const {
 }
 
 std::vector<LinePosition> PreparedLedger::rows(const QString& search, LedgerSortOrder order) const {
-    auto shown = inOrder(order);
+    const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
+    auto shown = order.direction == Qt::AscendingOrder ? sorted.lines : turnedRound(sorted);
     if (const auto query = searchedFor(search); !query.empty()) {
         std::erase_if(shown, [holds = holding(query)](LinePosition line) { return !holds[line]; });
     }
     return shown;
-}
-
-std::vector<LinePosition> PreparedLedger::inOrder(LedgerSortOrder order) const {
-    const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
-    return order.direction == Qt::AscendingOrder ? sorted.lines : turnedRound(sorted);
 }
 
 std::vector<bool> PreparedLedger::holding(const std::string& query) const {

@@ -42,7 +42,6 @@ private:
     struct Index;
 
     [[nodiscard]] std::vector<bool> holding(const std::string& query) const;
-    [[nodiscard]] std::vector<LinePosition> inOrder(LedgerSortOrder order) const;
 
     Ledger source;
     std::shared_ptr<const Index> index;

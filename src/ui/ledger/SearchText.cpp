@@ -1,5 +1,7 @@
 #include "ui/ledger/SearchText.h"
 
+#include <QRegularExpression>
+
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/normalizer2.h>
@@ -9,14 +11,12 @@
 
 namespace quillo {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 bool isAscii(std::string_view utf8) {
     return std::ranges::all_of(utf8, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
-
-bool isBlank(QChar character) {
-    return character == u'\t' || character.category() == QChar::Separator_Space;
 }
 
 } // namespace
@@ -42,15 +42,9 @@ void appendFolded(std::string& folded, std::string_view utf8) {
 }
 
 std::string searchedFor(const QString& text) {
-    QStringView trimmed(text);
-    while (!trimmed.isEmpty() && isBlank(trimmed.front())) {
-        trimmed = trimmed.mid(1);
-    }
-    while (!trimmed.isEmpty() && isBlank(trimmed.back())) {
-        trimmed.chop(1);
-    }
+    static const QRegularExpression blankEnds(u"^[\\t\\p{Zs}]+|[\\t\\p{Zs}]+\\z"_s);
     std::string query;
-    appendFolded(query, trimmed.toUtf8().toStdString());
+    appendFolded(query, QString(text).remove(blankEnds).toStdString());
     return query;
 }
 
