@@ -13,14 +13,12 @@ namespace {
 MenuBarLabel labelOf(Trouble trouble) {
     switch (trouble) {
     case Trouble::outage:
-        return {.iconName = u"network.slash"_s, .text = u"Quillo · Bank issue"_s, .shortText = {}};
+        return {.iconName = u"network.slash"_s, .text = u"Quillo · Bank issue"_s};
     case Trouble::reconnect:
-        return {
-            .iconName = u"exclamationmark.triangle.fill"_s, .text = u"Quillo · Reconnect"_s, .shortText = {}};
+        return {.iconName = u"exclamationmark.triangle.fill"_s, .text = u"Quillo · Reconnect"_s};
     case Trouble::addCard:
         return {.iconName = u"creditcard.trianglebadge.exclamationmark"_s,
-                .text = u"Quillo · Add credit card"_s,
-                .shortText = {}};
+                .text = u"Quillo · Add credit card"_s};
     }
     return {};
 }
@@ -41,7 +39,7 @@ MenuBarLabel MenuBarLabel::of(const AppState& state) {
     }
     // An error does not hide the last known amount; the symbol tells of it.
     if (state.live && state.error) {
-        return {.iconName = u"exclamationmark.circle"_s, .text = amountText(*state.live), .shortText = {}};
+        return {.iconName = u"exclamationmark.circle"_s, .text = amountText(*state.live)};
     }
     if (state.live) {
         return {.iconName = u"creditcard"_s,
@@ -49,9 +47,9 @@ MenuBarLabel MenuBarLabel::of(const AppState& state) {
                 .shortText = shortAmount(state.live->totalOwed)};
     }
     if (state.error) {
-        return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s, .shortText = {}};
+        return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s};
     }
-    return {.iconName = u"hourglass"_s, .text = u"Quillo…"_s, .shortText = {}};
+    return {.iconName = u"hourglass"_s, .text = u"Quillo…"_s};
 }
 
 QString MenuBarLabel::fmt(double value, int decimals) {

@@ -84,8 +84,4 @@ QString NumberFormat::dollars(double value, int decimals, Sign sign) {
     return text.isEmpty() ? u'$' + plain(value, decimals) : text;
 }
 
-QString NumberFormat::count(qsizetype value) {
-    return decimal(static_cast<double>(value), 0);
-}
-
 } // namespace quillo

@@ -22,9 +22,6 @@ public:
     /// US dollars in the locale's currency style with exactly `decimals` fraction digits: "$1,234.50" in
     /// English, "1.234,50 $" in German.
     [[nodiscard]] static QString dollars(double value, int decimals, Sign sign = Sign::negativeOnly);
-
-    /// A whole number with the locale's digits and grouping.
-    [[nodiscard]] static QString count(qsizetype value);
 };
 
 } // namespace quillo
