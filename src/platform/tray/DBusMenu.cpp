@@ -34,9 +34,7 @@ void DBusMenu::setMenu(Menu menu) {
 }
 
 void DBusMenu::refuse(int id) {
-    if (calledFromDBus()) {
-        sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1"_s.arg(id));
-    }
+    sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1"_s.arg(id));
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
@@ -57,10 +55,8 @@ quillo::dbus::MenuItems DBusMenu::GetGroupProperties(const QList<int>& ids,
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
     const auto value = tree.property(id, name);
     if (!value) {
-        if (calledFromDBus()) {
-            sendErrorReply(QDBusError::InvalidArgs,
-                           u"The menu has no item %1 with a property of that name"_s.arg(id));
-        }
+        sendErrorReply(QDBusError::InvalidArgs,
+                       u"The menu has no item %1 with a property of that name"_s.arg(id));
         return QDBusVariant(QString());
     }
     return QDBusVariant(*value);

@@ -15,11 +15,10 @@ namespace {
 constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait before a tool tip
 } // namespace
 
-DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
-    : background(kind), clearToParent(std::move(clear)) {
+DockedWindow::DockedWindow(std::function<void()> clear) : clearToParent(std::move(clear)) {
     setTitle(u"Quillo"_s);
     setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
-    if (background == Background::transparent) {
+    if (!clearToParent) {
         constexpr int bits = 8;
         auto wanted = format();
         wanted.setAlphaBufferSize(bits);
@@ -87,7 +86,7 @@ void DockedWindow::paintEvent(QPaintEvent*) {
 
 void DockedWindow::paintBackground(QPainter& painter) {
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    if (background == Background::transparent) {
+    if (!clearToParent) {
         painter.fillRect(QRect({0, 0}, size()), Qt::transparent);
     } else {
         if (behind.isNull()) {

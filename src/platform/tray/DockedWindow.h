@@ -15,12 +15,9 @@ namespace quillo {
 class DockedWindow final : public QRasterWindow {
     Q_OBJECT
 public:
-    enum class Background {
-        transparent, ///< by an alpha channel
-        copied,      ///< `clearToParent` fills the window with what is behind it, of which a picture is taken
-    };
-
-    DockedWindow(Background background, std::function<void()> clearToParent);
+    /// `clearToParent` fills the window with what is behind it, of which a picture is taken; without it the
+    /// window is transparent, by an alpha channel.
+    explicit DockedWindow(std::function<void()> clearToParent);
 
     /// Shows it and asks for the room that it takes.
     void setFace(const ItemFace& face, const PaintStyle& style);
@@ -40,7 +37,6 @@ protected:
 private:
     void paintBackground(QPainter& painter);
 
-    Background background;
     std::function<void()> clearToParent;
     QPixmap behind;
     ItemFace face;

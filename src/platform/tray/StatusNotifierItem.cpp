@@ -74,7 +74,7 @@ void StatusNotifierItem::setAppearance(const Appearance& next) {
 }
 
 void StatusNotifierItem::Activate(int x, int y) {
-    if (onActivate == OnActivate::refuse && calledFromDBus()) {
+    if (onActivate == OnActivate::refuse) {
         sendErrorReply(QDBusError::UnknownMethod, u"The item is a menu"_s);
         return;
     }
