@@ -2,7 +2,6 @@
 
 #include "store/BankLinks.h"
 #include "ui/NumberFormat.h"
-#include "ui/ShortAmount.h"
 
 namespace quillo {
 
@@ -44,7 +43,7 @@ MenuBarLabel MenuBarLabel::of(const AppState& state) {
     if (state.live) {
         return {.iconName = u"creditcard"_s,
                 .text = amountText(*state.live),
-                .shortText = shortAmount(state.live->totalOwed)};
+                .shortText = NumberFormat::shortDollars(state.live->totalOwed)};
     }
     if (state.error) {
         return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s};

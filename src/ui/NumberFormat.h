@@ -22,6 +22,12 @@ public:
     /// US dollars in the locale's currency style with exactly `decimals` fraction digits: "$1,234.50" in
     /// English, "1.234,50 $" in German.
     [[nodiscard]] static QString dollars(double value, int decimals, Sign sign = Sign::negativeOnly);
+
+    /// An amount of dollars in at most six characters, for a place as small as an icon: "832", "1.2k", "12k",
+    /// "-1.2M". Whole dollars below a thousand; above, thousands ("k"), millions ("M"), billions ("B") or
+    /// trillions ("T") with two or three digits, rounded half to even; "999T+" for anything larger. Digits,
+    /// decimal separator and minus sign follow the user's locale; no currency sign.
+    [[nodiscard]] static QString shortDollars(double dollars);
 };
 
 } // namespace quillo
