@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/ledger/LedgerRows.h"
+#include "ui/ledger/PreparedLedger.h"
 
 #include <QAbstractTableModel>
 
