@@ -3,16 +3,19 @@
 #include "BuildConfiguration.h"
 #include "net/APIClient.h"
 #include "net/HTTPSession.h"
+#include "platform/desktop/ActivationToken.h"
 #include "platform/desktop/SingleInstance.h"
 #include "store/GlobalHotKey.h"
 #include "ui/ApplicationMenu.h"
+#include "ui/MenuBarLabel.h"
 #include "ui/MenuRenderer.h"
 #include "ui/SettingsView.h"
-#include "ui/ViewUpdates.h"
 #include "ui/ledger/LedgerView.h"
 
-#include <QCoreApplication>
+#include <QCursor>
 #include <QDBusConnection>
+#include <QGuiApplication>
+#include <QToolTip>
 #include <QUrl>
 
 namespace quillo {
@@ -52,14 +55,20 @@ QuilloApp::QuilloApp(SingleInstance& instance)
       termination(actions.quit),
       ledger(withMenuBar(ledgerScene([this] { return makeLedger(); }))),
       settings(withMenuBar(settingsScene([this] { return new SettingsView(store); }))),
-      statusItem(QDBusConnection::sessionBus(), store, notifications, actions) {
+      ledgerRequests(notifications.observe(notification::openLedgerRequested, actions.openLedger)),
+      statusItem(QDBusConnection::sessionBus()),
+      statusUpdates(store, [this](const AppState& state) { renderStatusItem(state); }) {
     instance.setRequests({
         .openLedger = actions.openLedger,
         .refresh = actions.refresh,
         .settings = actions.openSettings,
         .quit = actions.quit,
     });
+    connectStatusItem();
+    statusItem.show();
 }
+
+QuilloApp::~QuilloApp() = default;
 
 MenuActions QuilloApp::makeActions() {
     return {
@@ -99,6 +108,39 @@ WindowScene QuilloApp::withMenuBar(WindowScene scene) {
             menu);
     };
     return scene;
+}
+
+void QuilloApp::connectStatusItem() {
+    QObject::connect(&statusItem, &StatusItem::menuBeganTracking, &statusItem,
+                     [this] { notifications.post(notification::menuDidBeginTracking); });
+    QObject::connect(&statusItem, &StatusItem::menuRequested, &statusItem, [this] { openStatusMenu(); });
+    QObject::connect(&statusItem, &StatusItem::toolTipRequested, &statusItem,
+                     [](const QPoint& position, const QString& text) { QToolTip::showText(position, text); });
+    QObject::connect(&statusItem, &StatusItem::activationTokenReceived, &statusItem, &ActivationToken::offer);
+}
+
+void QuilloApp::renderStatusItem(const AppState& state) {
+    const auto label = MenuBarLabel::of(state);
+    statusItem.setFace({.symbol = label.iconName, .text = label.text, .shortText = label.shortText});
+    statusItem.setMenu(menuBarContent(state, actions));
+    if (statusMenu && statusMenu->isVisible()) {
+        statusMenu->setMenu(menuBarContent(state, actions));
+    }
+}
+
+/// For a panel that leaves showing the menu to the program: at the pointer or, where the window system lets
+/// no program do that, the ledger window in its place.
+void QuilloApp::openStatusMenu() {
+    // A Wayland compositor places a menu only beside a window of its program.
+    if (QGuiApplication::platformName().startsWith(u"wayland")) {
+        actions.openLedger();
+        return;
+    }
+    if (!statusMenu) {
+        statusMenu = std::make_unique<MenuRenderer>();
+    }
+    statusMenu->setMenu(menuBarContent(store.state(), actions));
+    statusMenu->popup(QCursor::pos());
 }
 
 } // namespace quillo

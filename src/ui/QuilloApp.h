@@ -9,14 +9,18 @@
 #include "platform/desktop/TerminationSignals.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
+#include "platform/tray/StatusItem.h"
 #include "store/AppStore.h"
 #include "ui/MenuBarContent.h"
 #include "ui/MenuTracking.h"
 #include "ui/SingleWindow.h"
-#include "ui/StatusItemScene.h"
+#include "ui/ViewUpdates.h"
+
+#include <memory>
 
 namespace quillo {
 
+class MenuRenderer;
 class SingleInstance;
 
 /// The application's root: owns the store for the life of the process, makes sure the program starts at
@@ -25,11 +29,17 @@ class QuilloApp {
 public:
     /// Needs a `QApplication`. What others ask of the instance is answered from now on.
     explicit QuilloApp(SingleInstance& instance);
+    QuilloApp(const QuilloApp&) = delete;
+    QuilloApp& operator=(const QuilloApp&) = delete;
+    ~QuilloApp();
 
 private:
     [[nodiscard]] MenuActions makeActions();
     [[nodiscard]] QWidget* makeLedger();
     [[nodiscard]] WindowScene withMenuBar(WindowScene scene);
+    void connectStatusItem();
+    void renderStatusItem(const AppState& state);
+    void openStatusMenu();
 
     // In the order in which they are made; each uses only those before it.
     LoginItem loginItem;
@@ -46,7 +56,10 @@ private:
     TerminationSignals termination;
     SingleWindow ledger;
     SingleWindow settings;
-    StatusItemScene statusItem;
+    Observation ledgerRequests;
+    StatusItem statusItem;
+    std::unique_ptr<MenuRenderer> statusMenu; ///< made when a panel first asks for it
+    ViewUpdates statusUpdates;
     IdleMemory memory;
     Observation storeActivity = store.objectWillChange.observe([this] { memory.noteActivity(); });
 };
