@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScrollArea>
 #include <QSignalBlocker>
 #include <QStyle>
@@ -33,11 +34,8 @@ constexpr QMargins sectionMargins(10, 7, 10, 7);
 const auto longestTitle = u"X-API-Key"_s;
 
 QString withoutLineBreaks(QString text) {
-    text.removeIf([](QChar each) {
-        return each == QChar::LineFeed || each == QChar::CarriageReturn || each == QChar::LineSeparator ||
-               each == QChar::ParagraphSeparator;
-    });
-    return text;
+    static const QRegularExpression lineBreaks(u"[\\n\\r\\x{2028}\\x{2029}]"_s);
+    return text.remove(lineBreaks);
 }
 
 /// What is copied from a file or a page often comes with the end of its line, which nobody sees in a field
