@@ -13,6 +13,7 @@ RUN = {
     "scripts/demo": ("tests/e2e/test_demo.py", 'ROOT / "scripts/lib/demo.py"'),
     "scripts/test": (".ci/run", "scripts/test"),
     "quillo --version": ("tests/packaging/check-installation", "program --version"),
+    "cmake --install build/release": ("tests/packaging/check-installation", 'cmake --install "$build"'),
     "rm -r ~/.config/quillo": ("tests/pages/test_removing.py", "commands_with("),
     "rm ~/.config/autostart/app.quillo.Quillo.desktop": ("tests/pages/test_removing.py", "commands_with("),
     "secret-tool clear service app.quillo.Quillo": ("tests/pages/test_removing.py", "commands_with("),
