@@ -67,7 +67,12 @@ export class Asking {
     if (method === "POST") {
       headers["Content-Length"] = 0;
     }
+    // Node 18 takes an options object with an `href` for an address, and passes over `path`.
+    const { protocol, hostname, port } = new URL(this.#origin);
     const options = {
+      protocol,
+      hostname: hostname.replace(/[[\]]/g, ""),
+      port,
       method,
       path,
       headers,
@@ -77,8 +82,8 @@ export class Asking {
     };
     const patience = this.#patience[method];
     return new Promise((resolve, reject) => {
-      const send = this.#origin.startsWith("https:") ? httpsRequest : httpRequest;
-      const sent = send(this.#origin, options);
+      const send = protocol === "https:" ? httpsRequest : httpRequest;
+      const sent = send(options);
       let waitingFor = sent;
       sent.on("response", (response) => resolve((waitingFor = response)));
       sent.on("error", (problem) => reject(asRefusal(problem)));
