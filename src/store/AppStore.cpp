@@ -128,8 +128,8 @@ Task<> AppStore::tick() {
 Task<std::optional<APIAuth>> AppStore::currentAuth() {
     if (auth.isSignedIn()) {
         try {
-            auto token = co_await auth.validAccessToken();
-            co_return APIAuth::bearer(std::move(token));
+            const auto token = co_await auth.validAccessToken();
+            co_return APIAuth::bearer(token);
         } catch (const LocalizedError&) {
             // Not reported: the API key is the fallback, and without one the user is asked to sign in.
         }

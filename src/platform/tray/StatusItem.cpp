@@ -180,7 +180,7 @@ void StatusItem::render() {
         appearance.labelGuide = withWidestDigits(shown.text);
         break;
     }
-    item->setAppearance(std::move(appearance));
+    item->setAppearance(appearance);
 }
 
 } // namespace quillo
