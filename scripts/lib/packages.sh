@@ -39,4 +39,4 @@ testPackages=(
 )
 
 # Building and checking the Debian package, here or in a system of its own.
-packagingPackages=(dpkg-dev debhelper lintian debootstrap)
+packagingPackages=(dpkg-dev debhelper lintian debootstrap locales python3-pytest)
