@@ -94,7 +94,7 @@ def test_what_it_depends_on_is_enough_and_its_purge_leaves_the_bare_system_as_it
             gapplication action app.quillo.Quillo open-ledger
             gapplication action app.quillo.Quillo quit'
         ls -d /root/.config/autostart/app.quillo.Quillo.desktop
-        rm -r /root/.config /root/.cache
+        rm -rf /root/.config /root/.cache
         apt-get purge -q -y --autoremove quillo
         {FILES} >/tmp/after
         diff /tmp/before /tmp/after
