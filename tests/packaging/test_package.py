@@ -8,6 +8,8 @@ import subprocess
 
 import pytest
 
+from harness.sandbox import turn_at_fixed_ports
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FOLDER = ROOT / "build/package-test"
 TREE = FOLDER / "tree"
@@ -106,11 +108,13 @@ def test_installed_program_on_a_desktop(system, package, tmp_path):
     system.add_package("later.deb", newer(package, tmp_path))
     system.add_checkout()
     test = "tests/packaging/installed/test_installed.py"
-    command = shlex.join(["/usr/bin/python3", "-m", "pytest", "-p", "no:cacheprovider", "-o", "pythonpath=tests/e2e", test])
-    system.run(f"""source /checkout/scripts/lib/packages.sh
+    command = shlex.join(["/usr/bin/python3", "-m", "pytest", test])
+    system.run("""source /checkout/scripts/lib/packages.sh
         apt-get install -q -y --no-install-recommends \\
-            "${{desktopPackages[@]}}" dbus libsecret-tools python3-gi gir1.2-glib-2.0 nodejs sudo python3-pytest
+            "${desktopPackages[@]}" dbus libsecret-tools python3-gi gir1.2-glib-2.0 nodejs sudo python3-pytest
         useradd --create-home person
-        echo 'person ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/person
-        cd /checkout
-        runuser -u person -- env HOME=/home/person PYTHONDONTWRITEBYTECODE=1 {command}""")
+        echo 'person ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/person""")
+    # The tree has the machine's network, and the package the sandbox's ports.
+    with turn_at_fixed_ports():
+        system.run(f"""cd /checkout
+            runuser -u person -- env HOME=/home/person PYTHONDONTWRITEBYTECODE=1 {command}""")
