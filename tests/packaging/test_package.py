@@ -76,16 +76,20 @@ def newer(package, folder):
     return folder / "later.deb"
 
 
+# What it depends on comes first, so that its own traces can be told from theirs.
+DEPENDENCIES = 'apt-get satisfy -q -y --no-install-recommends "$(dpkg-deb -f /packages/quillo.deb Depends)"'
+
 # Caches, logs and dpkg's own books are everybody's.
 FILES = """find / -xdev \\( -path /proc -o -path /sys -o -path /dev -o -path /run -o -path /tmp -o -path /packages
     -o -path /var/cache -o -path /var/log -o -path /var/lib/apt -o -path /var/lib/dpkg \\) -prune
-    -o -printf '%p %s\\n' | grep -v '^/etc/ld.so.cache ' | sort""".replace("\n", " ")
+    -o -type d -print -o -printf '%p %s\\n' | sort""".replace("\n", " ")
 
 
 def test_what_it_depends_on_is_enough_and_its_purge_leaves_the_bare_system_as_it_was(system, package):
     system.add_package("quillo.deb", package)
     # A session without a display: the bus starts the program by its name, and the program reaches its loop and quits.
-    system.run(f"""{FILES} >/tmp/before
+    system.run(f"""{DEPENDENCIES}
+        {FILES} >/tmp/before
         apt-get install -q -y --no-install-recommends /packages/quillo.deb
         quillo --version
         ! ldd /usr/bin/quillo /usr/lib/*/qt6/plugins/platforms/libqxcb.so | grep 'not found'
@@ -97,7 +101,7 @@ def test_what_it_depends_on_is_enough_and_its_purge_leaves_the_bare_system_as_it
             gapplication action app.quillo.Quillo quit'
         ls -d /root/.config/autostart/app.quillo.Quillo.desktop
         rm -rf /root/.config /root/.cache
-        apt-get purge -q -y --autoremove quillo
+        apt-get purge -q -y quillo
         {FILES} >/tmp/after
         diff /tmp/before /tmp/after
         ! ls /var/lib/dpkg/info | grep quillo""")
@@ -109,6 +113,7 @@ def test_installed_program_on_a_desktop(system, package, tmp_path):
     system.add_checkout()
     test = "tests/packaging/installed/test_installed.py"
     command = shlex.join(["/usr/bin/python3", "-m", "pytest", test])
+    system.run(DEPENDENCIES)
     system.run("""source /checkout/scripts/lib/packages.sh
         apt-get install -q -y --no-install-recommends \\
             "${desktopPackages[@]}" dbus libsecret-tools python3-gi gir1.2-glib-2.0 nodejs sudo python3-pytest
