@@ -61,7 +61,7 @@ def test_installed_program_is_upgraded_while_it_runs_and_leaves_only_what_is_the
         panel.wait_for_text("$6.00")
 
         assert launch(desktop) == 0
-        windows.wait_until_active(windows.wait_for(LEDGER))
+        windows.wait_for(LEDGER)
         assert ask(desktop, "quit").returncode == 0
         assert quillo.wait_for_end() == 0
 
