@@ -1,6 +1,7 @@
 #include "platform/secrets/Keychain.h"
 
 #include "platform/desktop/Sandbox.h"
+#include "platform/secrets/SecretPortal.h"
 
 #include <QStringDecoder>
 
@@ -101,6 +102,9 @@ bool isTimeout(const GError* error) {
 template <typename Operation>
 ErrorHandle attempt(const Operation& operation) {
     ErrorHandle error;
+    if (isSandboxed() && !openSecretPortal(schema(), attributesOf(u"any"_s).get(), ErrorSlot(error))) {
+        return error;
+    }
     operation(ErrorSlot(error));
     if (error && !isTimeout(error.get())) {
         secret_service_disconnect();

@@ -1,6 +1,9 @@
 #include "platform/tray/HostTable.h"
 
+#include <QStringTokenizer>
+
 #include <array>
+#include <utility>
 
 namespace quillo {
 
@@ -36,12 +39,32 @@ constexpr std::array rows{
     same(u"lxqt-panel", {square, requestMenu, any}),
 };
 
+constexpr std::array usualHosts{
+    std::pair{QStringView(u"GNOME"), QStringView(u"gnome-shell")},
+    std::pair{QStringView(u"KDE"), QStringView(u"kded5")},
+    std::pair{QStringView(u"LXQt"), QStringView(u"lxqt-panel")},
+    std::pair{QStringView(u"MATE"), QStringView(u"notification-area-applet")},
+    std::pair{QStringView(u"XFCE"), QStringView(u"wrapper-2.0")},
+    std::pair{QStringView(u"sway"), QStringView(u"waybar")},
+};
+
 } // namespace
 
 HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept {
     for (const auto& row : rows) {
         if (row.executable == executable) {
             return windowSystem == WindowSystem::x11 ? row.onX11 : row.elsewhere;
+        }
+    }
+    return {};
+}
+
+QStringView usualHost(QStringView desktopNames) noexcept {
+    for (const auto name : desktopNames.tokenize(u':')) {
+        for (const auto& [desktop, host] : usualHosts) {
+            if (name == desktop) {
+                return host;
+            }
         }
     }
     return {};
