@@ -1,7 +1,6 @@
 #include "auth/AuthManager.h"
 
 #include "auth/AuthError.h"
-#include "auth/SessionConstants.h"
 #include "auth/TokenResponse.h"
 #include "core/UserCharacters.h"
 #include "net/HTTPSession.h"
@@ -57,19 +56,16 @@ AuthManager::AuthManager(Clock& time, SecretStore& secretStore, HTTPSession& htt
           }
       })) {}
 
-AuthManager::~AuthManager() = default;
-
 Task<> AuthManager::restore() {
     if (hasSignedOut) {
         forgetSecrets();
         co_return;
     }
     const auto number = sessionNumber;
-    const auto refreshToken = co_await read(session::refreshTokenAccount);
-    const auto email = co_await read(session::emailAccount);
+    const auto stored = co_await storedState();
     // Unless the user has signed in or out meanwhile.
-    if (refreshToken.value() && number == sessionNumber && state->isSignedOut()) {
-        state = AuthState::signedIn(email.value().value_or(session::unnamedUser));
+    if (stored && stored->isSignedIn() && number == sessionNumber && state->isSignedOut()) {
+        state = *stored;
     }
 }
 
@@ -138,6 +134,16 @@ void AuthManager::signOut() {
     accessToken.reset();
     accessTokenExpiry = Clock::distantPast;
     state = AuthState::signedOut();
+}
+
+Task<std::optional<AuthState>> AuthManager::storedState() {
+    const auto refreshToken = co_await read(session::refreshTokenAccount);
+    const auto email = co_await read(session::emailAccount);
+    if (refreshToken.isUnavailable()) {
+        co_return std::nullopt;
+    }
+    co_return refreshToken.value() ? AuthState::signedIn(email.value().value_or(session::unnamedUser))
+                                   : AuthState::signedOut();
 }
 
 Task<SecretReading> AuthManager::read(QString account) {

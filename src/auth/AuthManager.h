@@ -7,6 +7,7 @@
 #include "core/Task.h"
 #include "core/TaskScope.h"
 
+#include <QLatin1StringView>
 #include <QString>
 
 #include <chrono>
@@ -22,6 +23,21 @@ class SecretReading;
 class SecretStore;
 class Workspace;
 
+/// What the parts of `AuthManager` agree on.
+namespace session {
+
+/// Registered with the identity provider as a public client.
+inline constexpr QLatin1StringView clientId{"quillo-mac"};
+
+// Accounts in the secret store.
+inline const QString refreshTokenAccount = QStringLiteral("oidc_refresh");
+inline const QString emailAccount = QStringLiteral("oidc_email");
+
+/// What the user is called when the provider names no e-mail.
+inline const QString unnamedUser = QStringLiteral("account");
+
+} // namespace session
+
 /// Keeps the user signed in: exchanges codes and refresh tokens at the identity provider's token endpoint,
 /// holds the access token in memory and the refresh token in the secret store, and publishes the state for
 /// the views.
@@ -35,7 +51,6 @@ public:
                 QString identityOrigin, std::chrono::milliseconds idleTimeout = std::chrono::seconds(60));
     AuthManager(const AuthManager&) = delete;
     AuthManager& operator=(const AuthManager&) = delete;
-    ~AuthManager();
 
     Published<AuthState> state{*this, AuthState::signedOut()};
     /// The last sign-in failure, for the user; absent when a new sign-in begins.
@@ -78,6 +93,9 @@ private:
     /// read.
     [[nodiscard]] Task<> signInFlow(AuthState former);
     [[nodiscard]] Task<> runAuthorizationFlow();
+
+    /// The session that the secret store holds; absent when the store cannot be read.
+    [[nodiscard]] Task<std::optional<AuthState>> storedState();
 
     /// What the secret store holds for the account, or what it has yet to take.
     [[nodiscard]] Task<SecretReading> read(QString account);

@@ -1,7 +1,6 @@
 #include "auth/AuthError.h"
 #include "auth/AuthManager.h"
 #include "auth/ProofKey.h"
-#include "auth/SessionConstants.h"
 #include "auth/TokenResponse.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
@@ -77,22 +76,15 @@ Task<> AuthManager::signInFlow(AuthState former) {
         }
         lastAuthError = errorDescription(error);
     }
-    const auto refreshToken = co_await read(session::refreshTokenAccount);
-    const auto email = co_await read(session::emailAccount);
-    if (number != sessionNumber) {
-        co_return;
+    const auto stored = co_await storedState();
+    if (number == sessionNumber) {
+        state = stored.value_or(std::move(former));
     }
-    if (refreshToken.isUnavailable()) {
-        state = std::move(former);
-        co_return;
-    }
-    state = refreshToken.value() ? AuthState::signedIn(email.value().value_or(session::unnamedUser))
-                                 : AuthState::signedOut();
 }
 
 Task<> AuthManager::runAuthorizationFlow() {
     const auto number = sessionNumber;
-    const auto proofKey = ProofKey::generate();
+    const auto verifier = randomText(48);
     const auto expectedState = randomText(24);
     const auto* const port =
         std::ranges::find_if(callbackPorts, [this](quint16 each) { return listener.listen(each); });
@@ -100,7 +92,7 @@ Task<> AuthManager::runAuthorizationFlow() {
         throw AuthError::portUnavailable();
     }
     const auto redirectUri = u"http://127.0.0.1:%1/callback"_s.arg(*port);
-    workspace.open(authorizationUrl(identityOrigin, redirectUri, proofKey.challenge, expectedState));
+    workspace.open(authorizationUrl(identityOrigin, redirectUri, codeChallenge(verifier), expectedState));
     const auto callback = co_await listener.waitForCallback();
     if (number != sessionNumber) {
         co_return;
@@ -112,7 +104,7 @@ Task<> AuthManager::runAuthorizationFlow() {
               {"code", callback.code},
               {"redirect_uri", redirectUri},
               {"client_id", session::clientId},
-              {"code_verifier", proofKey.verifier}};
+              {"code_verifier", verifier}};
     co_await exchange(std::move(form));
     if (number != sessionNumber) {
         co_return;

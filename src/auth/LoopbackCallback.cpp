@@ -1,6 +1,6 @@
 #include "auth/LoopbackCallback.h"
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 
 #include <QUrl>
 

@@ -14,11 +14,6 @@ QString base64Url(const QByteArray& bytes) {
 
 } // namespace
 
-ProofKey ProofKey::generate() {
-    const auto verifier = randomText(48);
-    return {.verifier = verifier, .challenge = codeChallenge(verifier)};
-}
-
 QString randomText(qsizetype bytes) {
     QByteArray random(bytes, Qt::Uninitialized);
     auto* generator = QRandomGenerator::system();

@@ -11,9 +11,9 @@ namespace quillo {
 TokenResponse decodeTokenResponse(QByteArray body) {
     const JsonDocument document(std::move(body));
     const JsonMembers<"access_token", "refresh_token", "expires_in"> members(document.root());
-    return {.accessToken = members.text<"access_token">(),
-            .refreshToken = members.optionalText<"refresh_token">(),
-            .expiresIn = members.number<"expires_in">()};
+    return {.accessToken = members.required<"access_token", QString>(),
+            .refreshToken = members.optional<"refresh_token", QString>(),
+            .expiresIn = members.required<"expires_in", double>()};
 }
 
 std::optional<QString> emailClaim(const QString& token) {
@@ -31,7 +31,7 @@ std::optional<QString> emailClaim(const QString& token) {
     try {
         const JsonDocument document(std::move(*payload));
         const JsonMembers<"email"> claims(document.root());
-        return claims.optionalText<"email">();
+        return claims.optional<"email", QString>();
     } catch (const DecodingError&) {
         return std::nullopt;
     }

@@ -8,16 +8,7 @@ namespace {
 thread_local int resumptionsUnderWay = 0;
 } // namespace
 
-void Resumption::run(std::coroutine_handle<> waiting) {
-    struct Depth {
-        Depth() noexcept { ++resumptionsUnderWay; }
-        ~Depth() { --resumptionsUnderWay; }
-    };
-    const Depth depth;
-    waiting.resume();
-}
-
-bool Resumption::isUnderWay() noexcept {
+bool isResuming() noexcept {
     return resumptionsUnderWay > 0;
 }
 
@@ -32,7 +23,9 @@ void OneShotEvent::arrive() {
     arrived = true;
     if (const auto coroutine = std::exchange(waiting, {})) {
         // The coroutine may destroy this event; nothing of it is touched after this line.
-        Resumption::run(coroutine);
+        ++resumptionsUnderWay;
+        coroutine.resume();
+        --resumptionsUnderWay;
     }
 }
 

@@ -11,14 +11,8 @@
 
 namespace quillo {
 
-/// Continues suspended coroutines and knows whether one is being continued right now on this thread.
-class Resumption {
-public:
-    /// Continues `waiting`; called from the event loop only.
-    static void run(std::coroutine_handle<> waiting);
-
-    [[nodiscard]] static bool isUnderWay() noexcept;
-};
+/// Whether a coroutine that waited is being continued right now on this thread.
+[[nodiscard]] bool isResuming() noexcept;
 
 /// Lets a coroutine wait for one event that callbacks report.
 ///
@@ -30,7 +24,6 @@ public:
     OneShotEvent() = default;
     OneShotEvent(const OneShotEvent&) = delete;
     OneShotEvent& operator=(const OneShotEvent&) = delete;
-    ~OneShotEvent() = default;
 
     /// Reports the event; calls after the first do nothing.
     void fire();
@@ -52,33 +45,21 @@ private:
 };
 
 /// Waits until `sender` emits `signal` for the first time after this was made.
-class UntilEmitted {
+class UntilEmitted : public OneShotEvent {
 public:
     template <typename Sender, typename Signal>
     UntilEmitted(const Sender* sender, Signal signal) {
-        QObject::connect(sender, signal, &event.context(), [this] { event.fire(); });
+        QObject::connect(sender, signal, &context(), [this] { fire(); });
     }
-
-    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
-    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
-    void await_resume() const noexcept {}
-
-private:
-    OneShotEvent event;
 };
 
 /// Waits until the clock has moved on by `duration`. Dropping it stops the timer.
-class Sleep {
+class Sleep : public OneShotEvent {
 public:
     Sleep(Clock& clock, Clock::Duration duration)
-        : timer(clock.startTimer(duration, Clock::Repeat::once, [this] { event.fire(); })) {}
-
-    [[nodiscard]] bool await_ready() const noexcept { return event.await_ready(); }
-    void await_suspend(std::coroutine_handle<> coroutine) noexcept { event.await_suspend(coroutine); }
-    void await_resume() const noexcept {}
+        : timer(clock.startTimer(duration, Clock::Repeat::once, [this] { fire(); })) {}
 
 private:
-    OneShotEvent event;
     std::unique_ptr<Clock::Timer> timer;
 };
 

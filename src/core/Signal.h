@@ -8,15 +8,8 @@
 
 namespace quillo {
 
-/// Keeps one observer registered for as long as it lives. An empty handle keeps nothing.
-class [[nodiscard]] Observation {
-public:
-    Observation() = default;
-    explicit Observation(std::shared_ptr<void> kept) : registration(std::move(kept)) {}
-
-private:
-    std::shared_ptr<void> registration;
-};
+/// Keeps one observer registered for as long as it or a copy lives. An empty handle keeps nothing.
+using Observation = std::shared_ptr<void>;
 
 /// Calls its observers one after the other, in the order of their registration.
 ///
@@ -31,7 +24,7 @@ public:
         auto registration = std::make_shared<Observer>(std::move(observer));
         std::erase_if(observers, [](const auto& known) { return known.expired(); });
         observers.push_back(registration);
-        return Observation(std::move(registration));
+        return registration;
     }
 
     void emit(Arguments... arguments) const {

@@ -23,9 +23,17 @@ class [[nodiscard]] Task;
 
 namespace detail {
 
-/// What every promise shares: who waits for the end, and what was thrown.
+template <typename T>
+class TaskPromise;
+
+/// What the promises share: who waits for the end, and what was thrown.
+template <typename T>
 class TaskPromiseBase {
 public:
+    [[nodiscard]] Task<T> get_return_object() noexcept {
+        return Task<T>(Task<T>::Handle::from_promise(static_cast<TaskPromise<T>&>(*this)));
+    }
+
     /// Hands over to whoever awaits the task, without growing the stack.
     struct FinalAwaiter {
         [[nodiscard]] bool await_ready() const noexcept { return false; }
@@ -55,15 +63,14 @@ private:
 };
 
 template <typename T>
-class TaskPromise : public TaskPromiseBase {
+class TaskPromise : public TaskPromiseBase<T> {
 public:
-    [[nodiscard]] Task<T> get_return_object() noexcept;
     template <typename U>
     void return_value(U&& value) {
         result.emplace(std::forward<U>(value));
     }
     [[nodiscard]] T takeResult() {
-        rethrowError();
+        this->rethrowError();
         return std::move(*result);
     }
 
@@ -72,9 +79,8 @@ private:
 };
 
 template <>
-class TaskPromise<void> : public TaskPromiseBase {
+class TaskPromise<void> : public TaskPromiseBase<void> {
 public:
-    [[nodiscard]] Task<void> get_return_object() noexcept;
     void return_void() const noexcept {}
     void takeResult() const { rethrowError(); }
 };
@@ -100,9 +106,6 @@ public:
     Task& operator=(const Task&) = delete;
     ~Task() { cancel(); }
 
-    /// Whether there is an operation at all: not after a move or `cancel`.
-    [[nodiscard]] explicit operator bool() const noexcept { return static_cast<bool>(frame); }
-
     /// Whether the operation has ended, with a result or by throwing.
     [[nodiscard]] bool isFinished() const noexcept { return frame && frame.done(); }
 
@@ -123,18 +126,5 @@ public:
 private:
     Handle frame;
 };
-
-namespace detail {
-
-template <typename T>
-Task<T> TaskPromise<T>::get_return_object() noexcept {
-    return Task<T>(std::coroutine_handle<TaskPromise<T>>::from_promise(*this));
-}
-
-inline Task<void> TaskPromise<void>::get_return_object() noexcept {
-    return Task<void>(std::coroutine_handle<TaskPromise<void>>::from_promise(*this));
-}
-
-} // namespace detail
 
 } // namespace quillo

@@ -61,21 +61,15 @@ void TaskScope::spawnLater(std::function<Task<void>()> operation) {
 }
 
 void TaskScope::cancelAll() {
-    auto dropped = std::exchange(state->running, {});
-    auto ended = std::exchange(state->ended, {});
-    if (!Resumption::isUnderWay()) {
-        return;
+    auto dropped = std::make_shared<std::vector<Task<void>>>(std::exchange(state->ended, {}));
+    for (auto& [key, task] : std::exchange(state->running, {})) {
+        dropped->push_back(std::move(task));
     }
-    // One of these may be the caller: a frame must outlive the call that runs in it.
-    auto kept =
-        std::make_shared<std::pair<decltype(dropped), decltype(ended)>>(std::move(dropped), std::move(ended));
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [kept] {
-            kept->first.clear();
-            kept->second.clear();
-        },
-        Qt::QueuedConnection);
+    if (isResuming()) {
+        // One of these may be the caller: a frame must outlive the call that runs in it.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [dropped] { dropped->clear(); }, Qt::QueuedConnection);
+    }
 }
 
 std::size_t TaskScope::count() const noexcept {

@@ -2,7 +2,6 @@
 
 #include "model/JsonReader.h"
 #include "model/TextPool.h"
-#include "model/Utf8.h"
 
 #include <string_view>
 #include <utility>
@@ -10,27 +9,21 @@
 namespace quillo {
 namespace {
 
-/// Texts of one member of the lines that come again and again, each stored once.
-class SharedTexts {
-public:
-    [[nodiscard]] Text text(const std::optional<std::string_view>& utf8) {
-        return utf8 ? pool.value(*utf8, Text::fromUtf8) : Text();
-    }
-
-private:
-    TextPool<Text> pool;
-};
-
+/// Texts of the lines that come again and again, each stored once.
 struct LedgerTexts {
     TextPool<QString> dates;
-    SharedTexts merchants;
-    SharedTexts names;
-    SharedTexts accountMasks;
-    SharedTexts notes;
+    TextPool<Text> merchants;
+    TextPool<Text> names;
+    TextPool<Text> accountMasks;
+    TextPool<Text> notes;
 };
 
 [[nodiscard]] Text unique(const std::optional<std::string_view>& utf8) {
     return utf8 ? Text::fromUtf8(*utf8) : Text();
+}
+
+[[nodiscard]] Text shared(TextPool<Text>& pool, const std::optional<std::string_view>& utf8) {
+    return utf8 ? pool.value(*utf8, Text::fromUtf8) : Text();
 }
 
 // The initialisers below run in the order written, so the first member that is wrong, in the records' order,
@@ -41,49 +34,47 @@ struct LedgerTexts {
                       "synthetic", "account_mask", "note">
         line(value);
     return {
-        .txnId = unique(line.optionalUtf8<"txn_id">()),
-        .date = texts.dates.value(line.utf8<"date">(), stringFromUtf8),
-        .amount = line.number<"amount">(),
-        .merchant = texts.merchants.text(line.optionalUtf8<"merchant">()),
-        .name = texts.names.text(line.optionalUtf8<"name">()),
-        .pending = line.optionalInteger<"pending">(),
-        .runningBalance = line.number<"running_balance">(),
-        .synthetic = line.optionalBoolean<"synthetic">(),
-        .accountMask = texts.accountMasks.text(line.optionalUtf8<"account_mask">()),
-        .note = texts.notes.text(line.optionalUtf8<"note">()),
+        .txnId = unique(line.optional<"txn_id", std::string_view>()),
+        .date = texts.dates.value(line.required<"date", std::string_view>(), stringFromUtf8),
+        .amount = line.required<"amount", double>(),
+        .merchant = shared(texts.merchants, line.optional<"merchant", std::string_view>()),
+        .name = shared(texts.names, line.optional<"name", std::string_view>()),
+        .pending = line.optional<"pending", std::int64_t>(),
+        .runningBalance = line.required<"running_balance", double>(),
+        .synthetic = line.optional<"synthetic", bool>(),
+        .accountMask = shared(texts.accountMasks, line.optional<"account_mask", std::string_view>()),
+        .note = shared(texts.notes, line.optional<"note", std::string_view>()),
     };
 }
 
 [[nodiscard]] BankOutage::Area decodeArea(const JsonValue& value) {
     const JsonMembers<"area", "status"> area(value);
-    return {.area = area.text<"area">(), .status = area.text<"status">()};
+    return {.area = area.required<"area", QString>(), .status = area.required<"status", QString>()};
 }
 
-[[nodiscard]] BankOutage decodeBankOutage(const JsonValue& value) {
-    const JsonMembers<"areas"> outage(value);
-    return {.areas = outage.list<"areas">(decodeArea)};
+[[nodiscard]] std::optional<BankOutage> decodeBankOutage(const std::optional<JsonValue>& value) {
+    if (!value) {
+        return std::nullopt;
+    }
+    const JsonMembers<"areas"> outage(*value);
+    return BankOutage{.areas = outage.list<"areas">(decodeArea)};
 }
 
 [[nodiscard]] ItemStatus decodeItemStatus(const JsonValue& value) {
     const JsonMembers<"item_id", "institution", "error_code", "error_message", "needs_update",
                       "needs_add_credit", "has_credit_account", "bank_outage", "hint">
         item(value);
-    ItemStatus status{
-        .itemId = item.text<"item_id">(),
-        .institution = item.optionalText<"institution">(),
-        .errorCode = item.optionalText<"error_code">(),
-        .errorMessage = item.optionalText<"error_message">(),
-        .needsUpdate = item.boolean<"needs_update">(),
-        .needsAddCredit = item.optionalBoolean<"needs_add_credit">(),
-        .hasCreditAccount = item.optionalBoolean<"has_credit_account">(),
-        .bankOutage = std::nullopt,
-        .hint = std::nullopt,
+    return {
+        .itemId = item.required<"item_id", QString>(),
+        .institution = item.optional<"institution", QString>(),
+        .errorCode = item.optional<"error_code", QString>(),
+        .errorMessage = item.optional<"error_message", QString>(),
+        .needsUpdate = item.required<"needs_update", bool>(),
+        .needsAddCredit = item.optional<"needs_add_credit", bool>(),
+        .hasCreditAccount = item.optional<"has_credit_account", bool>(),
+        .bankOutage = decodeBankOutage(item.optional<"bank_outage", JsonValue>()),
+        .hint = item.optional<"hint", QString>(),
     };
-    if (const auto outage = item.optional<"bank_outage">()) {
-        status.bankOutage = decodeBankOutage(*outage);
-    }
-    status.hint = item.optionalText<"hint">();
-    return status;
 }
 
 [[nodiscard]] SnapshotSummary decodeSnapshotSummary(const JsonValue& value) {
@@ -91,13 +82,13 @@ struct LedgerTexts {
                       "available", "txn_count">
         day(value);
     return {
-        .snapshotDate = day.text<"snapshot_date">(),
-        .createdAt = day.text<"created_at">(),
-        .totalOwed = day.optionalNumber<"total_owed">(),
-        .pendingHolds = day.optionalNumber<"pending_holds">(),
-        .totalWithPending = day.optionalNumber<"total_with_pending">(),
-        .available = day.optionalNumber<"available">(),
-        .txnCount = day.integer<"txn_count">(),
+        .snapshotDate = day.required<"snapshot_date", QString>(),
+        .createdAt = day.required<"created_at", QString>(),
+        .totalOwed = day.optional<"total_owed", double>(),
+        .pendingHolds = day.optional<"pending_holds", double>(),
+        .totalWithPending = day.optional<"total_with_pending", double>(),
+        .available = day.optional<"available", double>(),
+        .txnCount = day.required<"txn_count", std::int64_t>(),
     };
 }
 
@@ -109,11 +100,11 @@ Timeline decodeTimeline(QByteArray body) {
                       "transactions", "as_of">
         ledger(document.root());
     Timeline timeline{
-        .totalOwed = ledger.number<"total_owed">(),
-        .pendingHolds = ledger.number<"pending_holds">(),
-        .totalWithPending = ledger.number<"total_with_pending">(),
-        .creditLimit = ledger.number<"credit_limit">(),
-        .available = ledger.number<"available">(),
+        .totalOwed = ledger.required<"total_owed", double>(),
+        .pendingHolds = ledger.required<"pending_holds", double>(),
+        .totalWithPending = ledger.required<"total_with_pending", double>(),
+        .creditLimit = ledger.required<"credit_limit", double>(),
+        .available = ledger.required<"available", double>(),
         .asOf = {},
         .transactions = {},
         .fetchedAt = std::nullopt,
@@ -121,7 +112,7 @@ Timeline decodeTimeline(QByteArray body) {
     LedgerTexts texts;
     timeline.transactions = ledger.list<"transactions">(
         [&texts](const JsonValue& line) { return decodeTransaction(line, texts); });
-    timeline.asOf = ledger.text<"as_of">();
+    timeline.asOf = ledger.required<"as_of", QString>();
     return timeline;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/DecodingError.h"
-#include "model/SnapshotListResponse.h"
-#include "model/StatusResponse.h"
+#include "model/ItemStatus.h"
+#include "model/SnapshotSummary.h"
 #include "model/Timeline.h"
 
 #include <QByteArray>

@@ -1,12 +1,31 @@
 #pragma once
 
-#include "model/BankOutage.h"
-
+#include <QHashFunctions>
 #include <QString>
 
+#include <cstddef>
 #include <optional>
+#include <vector>
 
 namespace quillo {
+
+/// An outage of the bank's own service.
+struct BankOutage {
+    /// An affected part of the service and its state, both free text of the backend.
+    struct Area {
+        QString area = {};
+        QString status = {};
+
+        friend bool operator==(const Area&, const Area&) = default;
+        friend std::size_t qHash(const Area& each, std::size_t seed = 0) noexcept {
+            return qHashMulti(seed, each.area, each.status);
+        }
+    };
+
+    std::vector<Area> areas = {}; ///< when empty there is no outage
+
+    friend bool operator==(const BankOutage&, const BankOutage&) = default;
+};
 
 /// The state of one bank link (an item, as the aggregator calls it).
 struct ItemStatus {
@@ -29,6 +48,11 @@ struct ItemStatus {
     [[nodiscard]] bool needsLinkCreditCard() const noexcept { return needsAddCredit.value_or(false); }
 
     friend bool operator==(const ItemStatus&, const ItemStatus&) = default;
+};
+
+/// The state of every bank link, in the backend's order.
+struct StatusResponse {
+    std::vector<ItemStatus> items = {};
 };
 
 } // namespace quillo

@@ -1,7 +1,6 @@
 #include "model/JsonReader.h"
 
-#include "model/Utf8.h"
-
+#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -44,31 +43,21 @@ constexpr char beyondDoubles[] = "\x01 number beyond the doubles";
 }
 
 [[nodiscard]] QString describe(simdjson::error_code error) {
-    switch (error) {
-    case simdjson::EMPTY:
-        return u"body: empty"_s;
-    case simdjson::UTF8_ERROR:
-        return u"body: not UTF-8"_s;
-    case simdjson::DEPTH_ERROR:
-        return u"body: nested too deeply"_s;
-    case simdjson::CAPACITY:
-        return u"body: too large"_s;
-    case simdjson::MEMALLOC:
-        return u"body: not enough memory to read it"_s;
-    case simdjson::NUMBER_ERROR:
-        return u"body: not valid JSON (a number is malformed or out of range)"_s;
-    case simdjson::STRING_ERROR:
-    case simdjson::UNESCAPED_CHARS:
-        return u"body: not valid JSON (a text is malformed)"_s;
-    case simdjson::UNCLOSED_STRING:
-        return u"body: not valid JSON (a text has no end)"_s;
-    case simdjson::T_ATOM_ERROR:
-    case simdjson::F_ATOM_ERROR:
-    case simdjson::N_ATOM_ERROR:
-        return u"body: not valid JSON (an unknown word)"_s;
-    default:
-        return u"body: not valid JSON"_s;
-    }
+    static const QHash<simdjson::error_code, QString> reasons{
+        {simdjson::EMPTY, u"empty"_s},
+        {simdjson::UTF8_ERROR, u"not UTF-8"_s},
+        {simdjson::DEPTH_ERROR, u"nested too deeply"_s},
+        {simdjson::CAPACITY, u"too large"_s},
+        {simdjson::MEMALLOC, u"not enough memory to read it"_s},
+        {simdjson::NUMBER_ERROR, u"not valid JSON (a number is malformed or out of range)"_s},
+        {simdjson::STRING_ERROR, u"not valid JSON (a text is malformed)"_s},
+        {simdjson::UNESCAPED_CHARS, u"not valid JSON (a text is malformed)"_s},
+        {simdjson::UNCLOSED_STRING, u"not valid JSON (a text has no end)"_s},
+        {simdjson::T_ATOM_ERROR, u"not valid JSON (an unknown word)"_s},
+        {simdjson::F_ATOM_ERROR, u"not valid JSON (an unknown word)"_s},
+        {simdjson::N_ATOM_ERROR, u"not valid JSON (an unknown word)"_s},
+    };
+    return u"body: "_s + reasons.value(error, u"not valid JSON"_s);
 }
 
 /// A number as simdjson reads it: its integers end at 64 bits, its doubles do not.
@@ -128,10 +117,6 @@ QString JsonPath::text() const {
     }
     const QString name = stringFromUtf8(key);
     return underRoot ? name : before + u'.' + name;
-}
-
-QString JsonValue::text() const {
-    return stringFromUtf8(utf8());
 }
 
 std::int64_t JsonValue::integer() const {

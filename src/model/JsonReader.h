@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/DecodingError.h"
+#include "model/Text.h"
 
 #include <QByteArray>
 #include <QString>
@@ -23,9 +24,9 @@
 ///
 ///     const JsonDocument document(body);
 ///     const JsonMembers<"access_token", "refresh_token", "expires_in"> members(document.root());
-///     const QString accessToken = members.text<"access_token">();
-///     const std::optional<QString> refreshToken = members.optionalText<"refresh_token">();
-///     const double seconds = members.number<"expires_in">();
+///     const auto accessToken = members.required<"access_token", QString>();
+///     const auto refreshToken = members.optional<"refresh_token", QString>();
+///     const auto seconds = members.required<"expires_in", double>();
 ///
 /// Every reading function throws DecodingError. A required member that is missing or null is an error; an
 /// optional one is absent when missing or null, and an error when of another type.
@@ -52,15 +53,29 @@ public:
     [[nodiscard]] bool isNull() const noexcept { return found.is_null(); }
     [[nodiscard]] const JsonPath& path() const noexcept { return place; }
 
-    /// A text's bytes in the document's own memory.
-    [[nodiscard]] std::string_view utf8() const { return get<std::string_view>("text"); }
-    [[nodiscard]] QString text() const;
-    /// Any number, rounded to the nearest double.
-    [[nodiscard]] double number() const { return get<double>("a number"); }
-    /// A whole number within 64 bits, however written: 1, 1.0 and 1e0 are the same number (RFC 8259, section
-    /// 6).
-    [[nodiscard]] std::int64_t integer() const;
-    [[nodiscard]] bool boolean() const { return get<bool>("a boolean"); }
+    /// Reads the value as one of these, and throws when it is of another type:
+    /// - `QString`: a text; `std::string_view`: its bytes in the document's own memory;
+    /// - `double`: any number, rounded to the nearest double;
+    /// - `std::int64_t`: a whole number within 64 bits, however written: 1, 1.0 and 1e0 are the same number
+    ///   (RFC 8259, section 6);
+    /// - `bool`;
+    /// - `JsonValue`: itself, whatever it is.
+    template <typename T>
+    [[nodiscard]] T as() const {
+        if constexpr (std::is_same_v<T, JsonValue>) {
+            return *this;
+        } else if constexpr (std::is_same_v<T, QString>) {
+            return stringFromUtf8(as<std::string_view>());
+        } else if constexpr (std::is_same_v<T, std::int64_t>) {
+            return integer();
+        } else if constexpr (std::is_same_v<T, double>) {
+            return get<double>("a number");
+        } else if constexpr (std::is_same_v<T, bool>) {
+            return get<bool>("a boolean");
+        } else {
+            return get<std::string_view>("text");
+        }
+    }
     [[nodiscard]] simdjson::dom::object object() const { return get<simdjson::dom::object>("an object"); }
 
     /// The elements of an array in their order, each made by `decode(const JsonValue&)`.
@@ -85,6 +100,7 @@ private:
         return value;
     }
 
+    [[nodiscard]] std::int64_t integer() const;
     [[noreturn]] void refuse(const char* expected) const;
     [[noreturn]] void refuse(const char* expected, const char* insteadFound) const;
 
@@ -146,70 +162,25 @@ public:
     JsonMembers(const JsonMembers&) = delete;
     JsonMembers& operator=(const JsonMembers&) = delete;
 
-    /// The member, which may be null; throws when it is missing.
-    template <JsonKey key>
-    [[nodiscard]] JsonValue required() const {
-        if (!has<key>()) {
-            refuseMissing(path<key>());
-        }
-        return value<key>();
+    /// The member as JsonValue::as gives it; throws when it is missing.
+    template <JsonKey key, typename T>
+    [[nodiscard]] T required() const {
+        return value<key>().template as<T>();
     }
 
-    /// The member unless it is missing or null.
-    template <JsonKey key>
-    [[nodiscard]] std::optional<JsonValue> optional() const {
+    /// The same unless it is missing or null.
+    template <JsonKey key, typename T>
+    [[nodiscard]] std::optional<T> optional() const {
         if (!has<key>() || values[index<key>()].is_null()) {
             return std::nullopt;
         }
-        return value<key>();
-    }
-
-    template <JsonKey key>
-    [[nodiscard]] std::string_view utf8() const {
-        return required<key>().utf8();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::optional<std::string_view> optionalUtf8() const {
-        return read<key, &JsonValue::utf8>();
-    }
-    template <JsonKey key>
-    [[nodiscard]] QString text() const {
-        return required<key>().text();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::optional<QString> optionalText() const {
-        return read<key, &JsonValue::text>();
-    }
-    template <JsonKey key>
-    [[nodiscard]] double number() const {
-        return required<key>().number();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::optional<double> optionalNumber() const {
-        return read<key, &JsonValue::number>();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::int64_t integer() const {
-        return required<key>().integer();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::optional<std::int64_t> optionalInteger() const {
-        return read<key, &JsonValue::integer>();
-    }
-    template <JsonKey key>
-    [[nodiscard]] bool boolean() const {
-        return required<key>().boolean();
-    }
-    template <JsonKey key>
-    [[nodiscard]] std::optional<bool> optionalBoolean() const {
-        return read<key, &JsonValue::boolean>();
+        return value<key>().template as<T>();
     }
 
     /// See JsonValue::list.
     template <JsonKey key, typename Decode>
     [[nodiscard]] auto list(Decode decode) const {
-        const JsonValue array = required<key>();
-        return array.list(std::move(decode));
+        return value<key>().list(std::move(decode));
     }
 
 private:
@@ -252,21 +223,12 @@ private:
     }
 
     template <JsonKey key>
-    [[nodiscard]] JsonPath path() const noexcept {
-        return {&here, names[index<key>()]};
-    }
-
-    template <JsonKey key>
-    [[nodiscard]] JsonValue value() const noexcept {
-        return {values[index<key>()], path<key>()};
-    }
-
-    template <JsonKey key, auto as>
-    [[nodiscard]] auto read() const -> std::optional<decltype((std::declval<JsonValue>().*as)())> {
-        if (!has<key>() || values[index<key>()].is_null()) {
-            return std::nullopt;
+    [[nodiscard]] JsonValue value() const {
+        const JsonPath path{&here, names[index<key>()]};
+        if (!has<key>()) {
+            refuseMissing(path);
         }
-        return (value<key>().*as)();
+        return {values[index<key>()], path};
     }
 
     [[noreturn]] static void refuseMissing(const JsonPath& path) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace quillo {
 
@@ -23,6 +24,11 @@ struct SnapshotSummary {
     [[nodiscard]] const QString& id() const noexcept { return snapshotDate; }
 
     friend bool operator==(const SnapshotSummary&, const SnapshotSummary&) = default;
+};
+
+/// The days that have a snapshot, in the backend's order.
+struct SnapshotListResponse {
+    std::vector<SnapshotSummary> snapshots = {};
 };
 
 /// Agrees with `==`: 0.0 and -0.0 hash alike.

@@ -1,10 +1,18 @@
 #include "model/Text.h"
 
-#include "model/Utf8.h"
+#include <QStringDecoder>
 
 #include <cstring>
 
 namespace quillo {
+
+QString stringFromUtf8(QByteArrayView utf8) {
+    if (utf8.startsWith("\xEF\xBB\xBF")) {
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        return decoder(utf8);
+    }
+    return QString::fromUtf8(utf8);
+}
 
 Text Text::fromUtf8(QByteArrayView utf8) {
     Q_ASSERT(utf8.size() <= qsizetype{UINT32_MAX});
@@ -32,25 +40,11 @@ QUtf8StringView Text::utf8() const noexcept {
     return {shared->bytes(), static_cast<qsizetype>(shared->size)};
 }
 
-bool Text::equals(const Text& other) const noexcept {
-    if (block == other.block) {
-        return true;
-    }
-    if (!has_value() || !other.has_value()) {
-        return false;
-    }
-    const QUtf8StringView mine = utf8();
-    const QUtf8StringView theirs = other.utf8();
-    return mine.size() == theirs.size() &&
-           std::memcmp(mine.data(), theirs.data(), static_cast<std::size_t>(mine.size())) == 0;
-}
-
-std::size_t Text::hash(std::size_t seed) const noexcept {
-    if (!has_value()) {
-        return ::qHash(nullptr, seed);
-    }
-    const QUtf8StringView bytes = utf8();
-    return qHashBits(bytes.data(), static_cast<std::size_t>(bytes.size()), seed);
+bool operator==(const Text& left, const Text& right) noexcept {
+    const auto bytes = [](const Text& text) {
+        return QByteArrayView(text.utf8().data(), text.utf8().size());
+    };
+    return left.block == right.block || (left && right && bytes(left) == bytes(right));
 }
 
 } // namespace quillo

@@ -12,6 +12,10 @@
 
 namespace quillo {
 
+/// The text of valid UTF-8, every character of it: QString::fromUtf8 drops a byte-order mark at the start,
+/// which within a document is a character like any other.
+[[nodiscard]] QString stringFromUtf8(QByteArrayView utf8);
+
 /// An optional text in eight bytes: absent, or a handle to an immutable text that copies share. It reads like
 /// `std::optional<QString>`.
 ///
@@ -42,9 +46,13 @@ public:
     [[nodiscard]] QUtf8StringView utf8() const noexcept;
 
     /// Whether both are absent or both hold the same text; constant time for handles that share one.
-    friend bool operator==(const Text& left, const Text& right) noexcept { return left.equals(right); }
+    friend bool operator==(const Text& left, const Text& right) noexcept;
 
-    friend std::size_t qHash(const Text& text, std::size_t seed = 0) noexcept { return text.hash(seed); }
+    friend std::size_t qHash(const Text& text, std::size_t seed = 0) noexcept {
+        const QUtf8StringView bytes = text.utf8();
+        const std::size_t ofBytes = qHashBits(bytes.data(), static_cast<std::size_t>(bytes.size()), seed);
+        return text ? ofBytes : ::qHash(nullptr, seed);
+    }
 
 private:
     /// The bytes follow the block in the same allocation.
@@ -59,9 +67,6 @@ private:
 
         std::uint32_t size;
     };
-
-    [[nodiscard]] bool equals(const Text& other) const noexcept;
-    [[nodiscard]] std::size_t hash(std::size_t seed) const noexcept;
 
     QExplicitlySharedDataPointer<const Block> block;
 };

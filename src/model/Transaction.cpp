@@ -1,11 +1,7 @@
 #include "model/Transaction.h"
 
 #include <QHashFunctions>
-#include <QLatin1StringView>
-
-#include <algorithm>
-#include <array>
-#include <charconv>
+#include <QLocale>
 
 namespace quillo {
 namespace {
@@ -14,17 +10,9 @@ using namespace Qt::Literals::StringLiterals;
 
 /// 19.99, -42.0, 10000000000000000.0: never an exponent, whatever the locale.
 [[nodiscard]] QString decimalText(double amount) {
-    constexpr std::size_t longest = 400; // the smallest double has 326 characters, the largest 309
-    std::array<char, longest> characters{};
     const double withoutNegativeZero = amount + 0.0; // equal amounts are written alike
-    char* end = std::to_chars(characters.data(), characters.data() + characters.size(), withoutNegativeZero,
-                              std::chars_format::fixed)
-                    .ptr;
-    if (std::find(characters.data(), end, '.') == end) {
-        *end++ = '.';
-        *end++ = '0';
-    }
-    return QString::fromLatin1(characters.data(), end - characters.data());
+    const auto digits = QString::number(withoutNegativeZero, 'f', QLocale::FloatingPointShortest);
+    return digits.contains(u'.') ? digits : digits + u".0"_s;
 }
 
 } // namespace

@@ -2,41 +2,31 @@
 
 #include "net/HTTPMessage.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <utility>
-#include <variant>
 
 namespace quillo {
 
 /// How a request to the backend is authorised.
 class APIAuth {
 public:
-    struct Bearer {
-        QString token;
-        friend bool operator==(const Bearer&, const Bearer&) = default;
-    };
-    struct APIKey {
-        QString key;
-        friend bool operator==(const APIKey&, const APIKey&) = default;
-    };
-
     /// An access token of the browser sign-in.
-    [[nodiscard]] static APIAuth bearer(QString token) { return APIAuth(Bearer{std::move(token)}); }
+    [[nodiscard]] static APIAuth bearer(const QString& token) {
+        return {"Authorization", "Bearer " + token.toUtf8()};
+    }
     /// The key that the user pasted into the settings.
-    [[nodiscard]] static APIAuth apiKey(QString key) { return APIAuth(APIKey{std::move(key)}); }
-
-    [[nodiscard]] const std::variant<Bearer, APIKey>& credential() const noexcept { return choice; }
+    [[nodiscard]] static APIAuth apiKey(const QString& key) { return {"X-API-Key", key.toUtf8()}; }
 
     /// Writes the one header, `Authorization` or `X-API-Key`, in place of any of that name.
-    void apply(HTTPRequest& request) const;
-
-    friend bool operator==(const APIAuth&, const APIAuth&) = default;
+    void apply(HTTPRequest& request) const { request.setHeader(header, credential); }
 
 private:
-    explicit APIAuth(std::variant<Bearer, APIKey> credential) : choice(std::move(credential)) {}
+    APIAuth(QByteArray name, QByteArray value) : header(std::move(name)), credential(std::move(value)) {}
 
-    std::variant<Bearer, APIKey> choice;
+    QByteArray header;
+    QByteArray credential;
 };
 
 } // namespace quillo

@@ -11,19 +11,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-void checkStatus(int status) {
-    if (status == 401) {
-        throw APIError::unauthorized();
-    }
-    if (status < 200 || status > 299) {
-        throw APIError::http(status);
-    }
-}
-
 /// Sends, and gives the body of a successful response.
 Task<QByteArray> bodyOf(HTTPSession& session, HTTPRequest request) {
     HTTPResponse response = co_await session.send(std::move(request));
-    checkStatus(response.status);
+    if (response.status == 401) {
+        throw APIError::unauthorized();
+    }
+    if (response.status < 200 || response.status > 299) {
+        throw APIError::http(response.status);
+    }
     co_return std::move(response.body);
 }
 
@@ -31,11 +27,12 @@ Task<QByteArray> bodyOf(HTTPSession& session, HTTPRequest request) {
 /// and the largest body that is accepted would hold up the event loop for longer than it may be.
 constexpr qsizetype decodedAside = qsizetype{1} << 20;
 
-/// What `decode` makes of the body, or throws, without holding up the event loop. Something large is let go
-/// on the queue's thread, too.
+/// Sends, and gives what `decode` makes of the body, or throws, without holding up the event loop. Something
+/// large is let go on the queue's thread, too.
 template <typename T>
-Task<std::shared_ptr<T>> decoded(std::shared_ptr<WorkQueue> worker, QByteArray body,
+Task<std::shared_ptr<T>> fetched(HTTPSession& session, HTTPRequest request, std::shared_ptr<WorkQueue> worker,
                                  T (*decode)(QByteArray)) {
+    QByteArray body = co_await bodyOf(session, std::move(request));
     if (body.size() < decodedAside) {
         // clang takes the move of the parameter into the coroutine's frame for one of what the frame holds.
         co_return std::make_shared<T>(decode(std::move(body))); // NOLINT(clang-analyzer-cplusplus.Move)
@@ -54,17 +51,14 @@ APIClient& APIClient::shared() {
     return client;
 }
 
-APIClient::APIClient(HTTPSession& httpSession) : APIClient(httpSession, Timeouts{}) {}
-
 APIClient::APIClient(HTTPSession& httpSession, Timeouts idleTimeouts)
     : session(&httpSession), timeouts(idleTimeouts), decoding(std::make_shared<WorkQueue>()) {}
 
 Task<std::shared_ptr<Timeline>> APIClient::timeline(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/timeline"_s, auth, verifyTLS);
-    auto worker = decoding;
-    QByteArray body = co_await bodyOf(*session, std::move(get));
+    auto fetching = fetched(*session, std::move(get), decoding, decodeTimeline);
     try {
-        auto ledger = co_await decoded(std::move(worker), std::move(body), decodeTimeline);
+        auto ledger = co_await fetching;
         co_return ledger;
     } catch (const DecodingError& error) {
         throw APIError::decode(error.errorDescription());
@@ -83,26 +77,20 @@ Task<void> APIClient::refreshFromBank(QString backend, APIAuth auth, bool verify
 
 Task<StatusResponse> APIClient::status(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/status"_s, auth, verifyTLS);
-    auto worker = decoding;
-    QByteArray body = co_await bodyOf(*session, std::move(get));
-    auto links = co_await decoded(std::move(worker), std::move(body), decodeStatusResponse);
+    auto links = co_await fetched(*session, std::move(get), decoding, decodeStatusResponse);
     co_return std::move(*links);
 }
 
 Task<std::vector<SnapshotSummary>> APIClient::snapshots(QString backend, APIAuth auth, bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshots"_s, auth, verifyTLS);
-    auto worker = decoding;
-    QByteArray body = co_await bodyOf(*session, std::move(get));
-    auto list = co_await decoded(std::move(worker), std::move(body), decodeSnapshotListResponse);
+    auto list = co_await fetched(*session, std::move(get), decoding, decodeSnapshotListResponse);
     co_return std::move(list->snapshots);
 }
 
 Task<std::shared_ptr<Timeline>> APIClient::snapshot(QString backend, QString date, APIAuth auth,
                                                     bool verifyTLS) const {
     HTTPRequest get = request(HTTPMethod::get, backend + u"/api/snapshot/"_s + date, auth, verifyTLS);
-    auto worker = decoding;
-    QByteArray body = co_await bodyOf(*session, std::move(get));
-    auto ledger = co_await decoded(std::move(worker), std::move(body), decodeTimeline);
+    auto ledger = co_await fetched(*session, std::move(get), decoding, decodeTimeline);
     co_return ledger;
 }
 

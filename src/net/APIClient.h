@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/Task.h"
+#include "model/ItemStatus.h"
 #include "model/SnapshotSummary.h"
-#include "model/StatusResponse.h"
 #include "model/Timeline.h"
 #include "net/APIAuth.h"
 #include "net/APIError.h"
@@ -44,7 +44,7 @@ public:
     /// The program's client.
     [[nodiscard]] static APIClient& shared();
 
-    explicit APIClient(HTTPSession& httpSession);
+    explicit APIClient(HTTPSession& httpSession) : APIClient(httpSession, Timeouts{}) {}
     APIClient(HTTPSession& httpSession, Timeouts idleTimeouts);
 
     /// The live ledger. Nobody else has it yet.

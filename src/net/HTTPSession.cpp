@@ -58,12 +58,6 @@ HTTPSession& HTTPSession::shared() {
     return session;
 }
 
-HTTPSession::HTTPSession() : HTTPSession(Options{}) {}
-
-HTTPSession::HTTPSession(Options sessionOptions) : options(std::move(sessionOptions)) {}
-
-HTTPSession::~HTTPSession() = default;
-
 Task<HTTPResponse> HTTPSession::send(HTTPRequest request) {
     requireSendable(request);
     if (request.target.isEmpty()) {

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 namespace quillo {
 
@@ -34,11 +35,10 @@ public:
     /// The program's session.
     [[nodiscard]] static HTTPSession& shared();
 
-    HTTPSession();
-    explicit HTTPSession(Options sessionOptions);
+    HTTPSession() : HTTPSession(Options{}) {}
+    explicit HTTPSession(Options sessionOptions) : options(std::move(sessionOptions)) {}
     HTTPSession(const HTTPSession&) = delete;
     HTTPSession& operator=(const HTTPSession&) = delete;
-    ~HTTPSession();
 
     /// Sends the request and waits for the response, whatever its status, as far as its body is wanted.
     /// Throws `TransportError`. Dropping the task closes the connection at once, in any state, and waits for

@@ -4,8 +4,6 @@
 #include "platform/defaults/UserDefaults.h"
 #include "platform/secrets/SecretStore.h"
 
-#include <QScopedValueRollback>
-
 #include <tuple>
 
 using namespace Qt::Literals::StringLiterals;
@@ -45,19 +43,19 @@ AppSettings::AppSettings(UserDefaults& userDefaults, SecretStore& secretStore)
 
 Task<void> AppSettings::loadSecrets() {
     const auto reading = co_await secrets.get(apiKeyAccount);
-    if (keySource == KeySource::none && !reading.isUnavailable()) {
-        keySource = KeySource::storage;
+    if (keyState == KeyState::unknown && !reading.isUnavailable()) {
         const QString key = reading.value().value_or(QString());
         if (key != *apiKey) {
-            const QScopedValueRollback fromStorage(arriving, true);
+            keyState = KeyState::arriving;
             apiKey = key;
         }
+        keyState = KeyState::known;
     }
 }
 
 void AppSettings::storeApiKey(const QString& key) {
-    if (!arriving) {
-        keySource = KeySource::user;
+    if (keyState != KeyState::arriving) {
+        keyState = KeyState::known;
         std::ignore = secrets.set(apiKeyAccount, key);
     }
 }

@@ -45,13 +45,12 @@ public:
     [[nodiscard]] Task<void> loadSecrets();
 
 private:
-    /// Where the value of `apiKey` comes from.
-    enum class KeySource { none, storage, user };
+    /// Whether `apiKey` was given its value, from storage or by the user.
+    enum class KeyState { unknown, arriving, known };
 
     void storeApiKey(const QString& key);
 
-    KeySource keySource = KeySource::none;
-    bool arriving = false; ///< the key is being assigned from storage, not by the user
+    KeyState keyState = KeyState::unknown;
     Observation storeAvailable;
     TaskScope loading;
 };

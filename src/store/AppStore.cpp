@@ -6,7 +6,6 @@
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
-#include "store/BankLinks.h"
 #include "store/GlobalHotKey.h"
 
 #include <QUrl>
@@ -254,10 +253,6 @@ Ledger AppStore::snapshotTimeline() const {
     return day ? day->ledger : nullptr;
 }
 
-Ledger AppStore::visibleTimeline() const {
-    return isViewingSnapshot() ? snapshotTimeline() : timeline.get();
-}
-
 AppState AppStore::state() const {
     return {.live = timeline,
             .links = itemStatuses,
@@ -268,30 +263,6 @@ AppState AppStore::state() const {
             .authError = auth.lastAuthError,
             .refreshInterval = settings.refreshInterval,
             .isLoading = isLoading};
-}
-
-std::optional<QString> AppStore::reconnectMessage() const {
-    return troubleMessage(**itemStatuses, Trouble::reconnect);
-}
-
-std::optional<QString> AppStore::outageMessage() const {
-    return troubleMessage(**itemStatuses, Trouble::outage);
-}
-
-std::optional<QString> AppStore::addCreditMessage() const {
-    return troubleMessage(**itemStatuses, Trouble::addCard);
-}
-
-void AppStore::openLedger() {
-    openBackendPage(QLatin1StringView("/ledger"));
-}
-
-void AppStore::openLinkPage() {
-    openBackendPage(QLatin1StringView("/link"));
-}
-
-void AppStore::openReconnect() {
-    openLinkPage();
 }
 
 void AppStore::openBackendPage(QLatin1StringView path) {

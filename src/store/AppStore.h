@@ -7,6 +7,7 @@
 #include "net/APIAuth.h"
 #include "settings/AppSettings.h"
 #include "store/AppState.h"
+#include "store/BankLinks.h"
 
 #include <optional>
 #include <vector>
@@ -93,22 +94,22 @@ public:
     [[nodiscard]] Task<> loadSnapshot(std::optional<QString> date);
 
     /// Opens a page of the backend in the user's browser; nothing happens when the origin makes no URL.
-    void openLedger();
-    void openLinkPage();
-    void openReconnect();
+    void openLedger() { openBackendPage(QLatin1StringView("/ledger")); }
+    void openLinkPage() { openBackendPage(QLatin1StringView("/link")); }
+    void openReconnect() { openLinkPage(); }
 
     // What the bank links ask of the user, computed from `itemStatuses` on each read; see `troubleMessage`.
     [[nodiscard]] bool needsReconnect() const { return reconnectMessage().has_value(); }
     [[nodiscard]] bool hasBankOutage() const { return outageMessage().has_value(); }
     [[nodiscard]] bool needsAddCreditCard() const { return addCreditMessage().has_value(); }
-    [[nodiscard]] std::optional<QString> reconnectMessage() const;
-    [[nodiscard]] std::optional<QString> outageMessage() const;
-    [[nodiscard]] std::optional<QString> addCreditMessage() const;
+    [[nodiscard]] std::optional<QString> reconnectMessage() const { return message(Trouble::reconnect); }
+    [[nodiscard]] std::optional<QString> outageMessage() const { return message(Trouble::outage); }
+    [[nodiscard]] std::optional<QString> addCreditMessage() const { return message(Trouble::addCard); }
 
     [[nodiscard]] std::optional<QString> selectedSnapshotDate() const;
     [[nodiscard]] Ledger snapshotTimeline() const;
     [[nodiscard]] bool isViewingSnapshot() const { return selectedDay->has_value(); }
-    [[nodiscard]] Ledger visibleTimeline() const;
+    [[nodiscard]] Ledger visibleTimeline() const { return state().visible(); }
 
     /// What the user should know about the login item, if anything.
     [[nodiscard]] std::optional<QString> loginItemStatusMessage() const;
@@ -124,6 +125,9 @@ private:
     [[nodiscard]] bool isRefreshDue() const;
     [[nodiscard]] Task<std::optional<APIAuth>> currentAuth();
     void observeTriggers();
+    [[nodiscard]] std::optional<QString> message(Trouble trouble) const {
+        return troubleMessage(**itemStatuses, trouble);
+    }
     void openBackendPage(QLatin1StringView path);
     void applyLaunchAtLogin(bool enabled);
     void applyHotKey();

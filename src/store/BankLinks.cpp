@@ -1,46 +1,45 @@
 #include "store/BankLinks.h"
 
-#include <algorithm>
-
 namespace quillo {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool has(const ItemStatus& link, Trouble trouble) {
+/// The text for the user about the link, absent when it has no such trouble.
+std::optional<QString> messageOf(const ItemStatus& link, Trouble trouble) {
     switch (trouble) {
     case Trouble::outage:
-        return link.isBankDegraded();
+        if (link.isBankDegraded()) {
+            return link.hint.value_or(link.institution.value_or(u"Your bank"_s) +
+                                      u" is experiencing a service issue. Retry later."_s);
+        }
+        break;
     case Trouble::reconnect:
-        return link.needsUpdate;
+        if (link.needsUpdate) {
+            return link.institution.value_or(u"your bank"_s) + u" needs re-authentication — "_s +
+                   link.errorMessage.value_or(u"OAuth consent expired"_s) + u'.';
+        }
+        break;
     case Trouble::addCard:
-        return link.needsLinkCreditCard();
+        if (link.needsLinkCreditCard()) {
+            return link.institution.value_or(u"Your bank"_s) +
+                   u" is connected but no credit card is linked. Re-run Link to add it."_s;
+        }
+        break;
     }
-    return false;
-}
-
-QString message(const ItemStatus& link, Trouble trouble) {
-    switch (trouble) {
-    case Trouble::outage:
-        return link.hint.value_or(link.institution.value_or(u"Your bank"_s) +
-                                  u" is experiencing a service issue. Retry later."_s);
-    case Trouble::reconnect:
-        return link.institution.value_or(u"your bank"_s) + u" needs re-authentication — "_s +
-               link.errorMessage.value_or(u"OAuth consent expired"_s) + u'.';
-    case Trouble::addCard:
-        return link.institution.value_or(u"Your bank"_s) +
-               u" is connected but no credit card is linked. Re-run Link to add it."_s;
-    }
-    return {};
+    return std::nullopt;
 }
 
 } // namespace
 
 std::optional<QString> troubleMessage(const std::vector<ItemStatus>& links, Trouble trouble) {
-    const auto first =
-        std::ranges::find_if(links, [trouble](const ItemStatus& link) { return has(link, trouble); });
-    return first == links.end() ? std::nullopt : std::optional(message(*first, trouble));
+    for (const auto& link : links) {
+        if (auto message = messageOf(link, trouble)) {
+            return message;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<Attention> attention(const std::vector<ItemStatus>& links, std::span<const Trouble> order) {

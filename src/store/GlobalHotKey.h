@@ -3,7 +3,6 @@
 #include "platform/hotkey/HotKeyService.h"
 
 #include <QObject>
-#include <QtGlobal>
 
 #include <functional>
 #include <memory>

@@ -16,28 +16,7 @@ namespace {
 
 constexpr QSize aboutIconSize(64, 64);
 
-} // namespace
-
-ApplicationMenu::ApplicationMenu(QMainWindow& owner, const MenuActions& whatToDo)
-    : QObject(&owner), window(owner), actions(whatToDo), statusMenu(new MenuRenderer(&owner)) {
-    auto* menu = window.menuBar()->addMenu(u"&Quillo"_s);
-    connect(menu->addAction(u"About Quillo"_s), &QAction::triggered, this, [this] { showAbout(); });
-    auto* refresh = menu->addAction(u"Refresh"_s);
-    refresh->setShortcut(Qt::CTRL | Qt::Key_R);
-    refresh->setAutoRepeat(false); // a key that is held asks once
-    connect(refresh, &QAction::triggered, this, actions.refresh);
-    menu->addSeparator();
-    connect(menu->addAction(u"Settings…"_s), &QAction::triggered, this, actions.openSettings);
-    statusMenu->setTitle(u"Balance and actions"_s);
-    menu->addMenu(statusMenu);
-    menu->addSeparator();
-    auto* quit = menu->addAction(u"Quit Quillo"_s);
-    quit->setShortcut(Qt::CTRL | Qt::Key_Q);
-    quit->setAutoRepeat(false);
-    connect(quit, &QAction::triggered, this, actions.quit);
-}
-
-void ApplicationMenu::showAbout() {
+void showAbout(QMainWindow& window) {
     auto* about = new QMessageBox(QMessageBox::NoIcon, u"About Quillo"_s, u"Quillo %1"_s.arg(build::version),
                                   QMessageBox::Ok, &window);
     about->setInformativeText(u"Keeps your credit-card balance in view.\nFree software under the MIT "
@@ -47,8 +26,23 @@ void ApplicationMenu::showAbout() {
     about->open();
 }
 
-void ApplicationMenu::render(const AppState& state) {
-    statusMenu->setMenu(menuBarContent(state, actions));
+} // namespace
+
+MenuRenderer* addApplicationMenu(QMainWindow& window, const MenuActions& actions) {
+    auto* menu = window.menuBar()->addMenu(u"&Quillo"_s);
+    auto* statusMenu = new MenuRenderer(&window);
+    statusMenu->setTitle(u"Balance and actions"_s);
+    menu->addAction(u"About Quillo"_s, &window, [&window] { showAbout(window); });
+    auto* refresh = menu->addAction(u"Refresh"_s, Qt::CTRL | Qt::Key_R, &window, actions.refresh);
+    menu->addSeparator();
+    menu->addAction(u"Settings…"_s, &window, actions.openSettings);
+    menu->addMenu(statusMenu);
+    menu->addSeparator();
+    auto* quit = menu->addAction(u"Quit Quillo"_s, Qt::CTRL | Qt::Key_Q, &window, actions.quit);
+    for (auto* action : {refresh, quit}) {
+        action->setAutoRepeat(false); // a key that is held asks once
+    }
+    return statusMenu;
 }
 
 } // namespace quillo

@@ -2,29 +2,15 @@
 
 #include "ui/MenuBarContent.h"
 
-#include <QObject>
-
 class QMainWindow;
 
 namespace quillo {
 
 class MenuRenderer;
 
-/// The application menu in a window's menu bar: About, "Refresh", "Settings…", the status item's whole menu,
-/// so that a desktop without a tray loses nothing, and "Quit Quillo". Lives as long as its window.
-class ApplicationMenu final : public QObject {
-    Q_OBJECT
-public:
-    ApplicationMenu(QMainWindow& window, const MenuActions& actions);
-
-    void render(const AppState& state);
-
-private:
-    void showAbout();
-
-    QMainWindow& window;
-    MenuActions actions;
-    MenuRenderer* statusMenu;
-};
+/// Adds the application menu to a window's menu bar: About, "Refresh", "Settings…", the status item's whole
+/// menu, so that a desktop without a tray loses nothing, and "Quit Quillo". The menu handed back is the
+/// status item's, empty still; it lives as long as the window.
+[[nodiscard]] MenuRenderer* addApplicationMenu(QMainWindow& window, const MenuActions& actions);
 
 } // namespace quillo

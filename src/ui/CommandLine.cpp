@@ -23,9 +23,7 @@ What it does and where it keeps what is in the manual page, quillo(1).
 )"sv;
 
 CommandLineAnswer usageError(std::string_view argument) {
-    return {.output = {},
-            .error = "quillo: cannot use '"s.append(argument).append("'\n").append(usage),
-            .status = 2};
+    return {.error = "quillo: cannot use '"s.append(argument).append("'\n").append(usage), .status = 2};
 }
 
 } // namespace
@@ -39,11 +37,10 @@ std::optional<CommandLineAnswer> answerCommandLine(std::span<const char* const> 
     }
     const std::string_view argument = arguments[1];
     if (argument == "--version") {
-        return CommandLineAnswer{
-            .output = "quillo "s + build::version.data() + '\n', .error = {}, .status = 0};
+        return CommandLineAnswer{.output = "quillo "s + build::version.data() + '\n'};
     }
     if (argument == "--help") {
-        return CommandLineAnswer{.output = std::string(usage).append(explanation), .error = {}, .status = 0};
+        return CommandLineAnswer{.output = std::string(usage).append(explanation)};
     }
     return usageError(argument);
 }

@@ -8,9 +8,9 @@ namespace quillo {
 
 /// What a launch prints instead of running the program.
 struct CommandLineAnswer {
-    std::string output; ///< for the standard output, whole lines
-    std::string error;  ///< for the standard error, whole lines
-    int status = 0;     ///< of the process
+    std::string output = {}; ///< for the standard output, whole lines
+    std::string error = {};  ///< for the standard error, whole lines
+    int status = 0;          ///< of the process
 
     friend bool operator==(const CommandLineAnswer&, const CommandLineAnswer&) = default;
 };

@@ -32,9 +32,12 @@ MenuEntry line(QString key, QString text, Style style = Style::normal, TextSize 
     return {.kind = Kind::text, .key = std::move(key), .text = std::move(text), .style = style, .size = size};
 }
 
-MenuEntry button(QString key, QString text, std::function<void()> action) {
-    return {
-        .kind = Kind::button, .key = std::move(key), .text = std::move(text), .action = std::move(action)};
+MenuEntry button(QString key, QString text, std::function<void()> action, QString help = {}) {
+    return {.kind = Kind::button,
+            .key = std::move(key),
+            .text = std::move(text),
+            .help = std::move(help),
+            .action = std::move(action)};
 }
 
 QString amount(double dollars) {
@@ -139,27 +142,21 @@ void addActions(Menu& menu, const AppState& state, const MenuActions& actions) {
     auto openLedger = button(u"open-ledger"_s, u"Open ledger"_s, actions.openLedger);
     openLedger.shortcut = openLedgerKeys;
     menu.push_back(std::move(openLedger));
-
-    auto pullUpdates = button(u"pull-updates"_s, u"Pull updates (Plaid cache)"_s, actions.pullUpdates);
-    pullUpdates.help = u"Fast + free. Re-reads Plaid's own cache of your bank data. Use this first."_s;
-    menu.push_back(std::move(pullUpdates));
-
-    auto pullFresh = button(u"pull-fresh"_s, u"Pull fresh from bank (slow, metered)"_s, actions.pullFromBank);
-    pullFresh.help = u"Asks Plaid to re-pull from Wells Fargo right now. Async — ~30s–2min via webhook. "
-                     "Rate-limited, billed per call in production. Use when Plaid itself looks stale."_s;
-    menu.push_back(std::move(pullFresh));
-
+    menu.push_back(button(u"pull-updates"_s, u"Pull updates (Plaid cache)"_s, actions.pullUpdates,
+                          u"Fast + free. Re-reads Plaid's own cache of your bank data. Use this first."_s));
+    menu.push_back(
+        button(u"pull-fresh"_s, u"Pull fresh from bank (slow, metered)"_s, actions.pullFromBank,
+               u"Asks Plaid to re-pull from Wells Fargo right now. Async — ~30s–2min via webhook. "
+               "Rate-limited, billed per call in production. Use when Plaid itself looks stale."_s));
     menu.push_back(button(u"link-card"_s, u"Link new card…"_s, actions.openLinkPage));
     menu.push_back(divider(u"actions-end"_s));
     menu.push_back({.kind = Kind::submenu,
                     .key = u"interval"_s,
                     .text = u"Refresh interval"_s,
                     .children = intervals(state, actions)});
-
-    auto help = button(u"help"_s, u"Help…"_s, actions.openHelp);
-    help.help = u"Ask the Quillo help desk. It can see your account and bank-link status, never your "
-                "balances; a person reads every transcript."_s;
-    menu.push_back(std::move(help));
+    menu.push_back(button(u"help"_s, u"Help…"_s, actions.openHelp,
+                          u"Ask the Quillo help desk. It can see your account and bank-link status, never "
+                          "your balances; a person reads every transcript."_s));
     menu.push_back(button(u"settings"_s, u"Settings…"_s, actions.openSettings));
     menu.push_back(divider(u"settings-end"_s));
 }

@@ -2,7 +2,6 @@
 
 #include "store/BankLinks.h"
 #include "ui/NumberFormat.h"
-#include "ui/ShortAmount.h"
 
 namespace quillo {
 
@@ -13,14 +12,12 @@ namespace {
 MenuBarLabel labelOf(Trouble trouble) {
     switch (trouble) {
     case Trouble::outage:
-        return {.iconName = u"network.slash"_s, .text = u"Quillo · Bank issue"_s, .shortText = {}};
+        return {.iconName = u"network.slash"_s, .text = u"Quillo · Bank issue"_s};
     case Trouble::reconnect:
-        return {
-            .iconName = u"exclamationmark.triangle.fill"_s, .text = u"Quillo · Reconnect"_s, .shortText = {}};
+        return {.iconName = u"exclamationmark.triangle.fill"_s, .text = u"Quillo · Reconnect"_s};
     case Trouble::addCard:
         return {.iconName = u"creditcard.trianglebadge.exclamationmark"_s,
-                .text = u"Quillo · Add credit card"_s,
-                .shortText = {}};
+                .text = u"Quillo · Add credit card"_s};
     }
     return {};
 }
@@ -41,17 +38,17 @@ MenuBarLabel MenuBarLabel::of(const AppState& state) {
     }
     // An error does not hide the last known amount; the symbol tells of it.
     if (state.live && state.error) {
-        return {.iconName = u"exclamationmark.circle"_s, .text = amountText(*state.live), .shortText = {}};
+        return {.iconName = u"exclamationmark.circle"_s, .text = amountText(*state.live)};
     }
     if (state.live) {
         return {.iconName = u"creditcard"_s,
                 .text = amountText(*state.live),
-                .shortText = shortAmount(state.live->totalOwed)};
+                .shortText = NumberFormat::shortDollars(state.live->totalOwed)};
     }
     if (state.error) {
-        return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s, .shortText = {}};
+        return {.iconName = u"exclamationmark.circle"_s, .text = u"Quillo"_s};
     }
-    return {.iconName = u"hourglass"_s, .text = u"Quillo…"_s, .shortText = {}};
+    return {.iconName = u"hourglass"_s, .text = u"Quillo…"_s};
 }
 
 QString MenuBarLabel::fmt(double value, int decimals) {

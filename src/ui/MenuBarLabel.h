@@ -11,8 +11,8 @@ namespace quillo {
 struct MenuBarLabel {
     QString iconName; ///< a symbol, such as "creditcard"
     QString text;
-    QString shortText; ///< in the normal state the amount, short enough for an icon; else empty: the symbol
-                       ///< speaks
+    QString shortText = {}; ///< in the normal state the amount, short enough for an icon; else empty: the
+                            ///< symbol speaks
 
     [[nodiscard]] static MenuBarLabel of(const AppState& state);
 

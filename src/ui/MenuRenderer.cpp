@@ -2,6 +2,7 @@
 
 #include "core/PlainText.h"
 #include "ui/Colours.h"
+#include "ui/Controls.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -22,17 +23,6 @@ constexpr int widestLine = 110;
 /// Plain text as a tool tip, where rich text is told by its looks, and only rich text is broken into lines.
 QString plainToolTip(const QString& text) {
     return text.isEmpty() ? QString() : Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
-}
-
-QFont captionFont(const QFont& body) {
-    constexpr auto scale = 0.85;
-    auto caption = body;
-    if (body.pointSizeF() > 0) {
-        caption.setPointSizeF(body.pointSizeF() * scale);
-    } else {
-        caption.setPixelSize(std::max(1, qRound(body.pixelSize() * scale)));
-    }
-    return caption;
 }
 
 QColor textColour(MenuEntry::Style style, const QPalette& palette) {

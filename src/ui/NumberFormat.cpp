@@ -5,9 +5,9 @@
 #include <unicode/numberformatter.h>
 
 #include <array>
-#include <cstdlib>
+#include <cmath>
 #include <map>
-#include <tuple>
+#include <utility>
 
 namespace quillo {
 
@@ -31,61 +31,78 @@ icu::Locale localeFor(const char* category) {
     return icu::Locale::getUS();
 }
 
-LocalizedNumberFormatter base(const char* category, int decimals) {
-    return icu::number::NumberFormatter::withLocale(localeFor(category))
-        .precision(icu::number::Precision::fixedFraction(decimals))
-        .roundingMode(UNUM_ROUND_HALFEVEN);
+enum class Notation { decimal, dollars, signedDollars };
+
+LocalizedNumberFormatter formatterOf(Notation notation, int decimals) {
+    auto formatter = icu::number::NumberFormatter::with()
+                         .precision(icu::number::Precision::fixedFraction(decimals))
+                         .roundingMode(UNUM_ROUND_HALFEVEN);
+    if (notation == Notation::decimal) {
+        return formatter.locale(localeFor("LC_NUMERIC"));
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    return formatter.unit(icu::CurrencyUnit(u"USD", status))
+        .sign(notation == Notation::signedDollars ? UNUM_SIGN_ALWAYS : UNUM_SIGN_AUTO)
+        .locale(localeFor("LC_MONETARY"));
 }
 
-icu::CurrencyUnit usDollars() {
+QString written(double value, Notation notation, int decimals) {
+    static std::map<std::pair<Notation, int>, LocalizedNumberFormatter> formatters;
+    const auto key = std::pair(notation, decimals);
+    auto entry = formatters.find(key);
+    if (entry == formatters.end()) {
+        entry = formatters.emplace(key, formatterOf(notation, decimals)).first;
+    }
     UErrorCode status = U_ZERO_ERROR;
-    return {u"USD", status};
-}
-
-/// Empty when ICU has no answer.
-QString format(const LocalizedNumberFormatter& formatter, double value) {
-    UErrorCode status = U_ZERO_ERROR;
-    const auto text = formatter.formatDouble(value, status).toString(status);
-    if (U_FAILURE(status) != 0) {
-        return {};
+    const auto text = entry->second.formatDouble(value, status).toString(status);
+    if (U_FAILURE(status) != 0 || text.isEmpty()) {
+        // As C writes it, without grouping.
+        return QString::asprintf(notation == Notation::decimal ? "%.*f" : "$%.*f", decimals, value);
     }
     return QString::fromUtf16(text.getBuffer(), text.length());
 }
 
-/// What stands in when the formatter gives no result: C style, without grouping.
-QString plain(double value, int decimals) {
-    return QString::asprintf("%.*f", decimals, value);
+struct Unit {
+    double size;
+    const char* letter;
+};
+
+constexpr std::array units{Unit{1, ""}, Unit{1e3, "k"}, Unit{1e6, "M"}, Unit{1e9, "B"}, Unit{1e12, "T"}};
+constexpr double tooLarge = 1000;
+
+/// Rounded to what is shown: a tenth where one digit stands before it, else a whole number.
+double rounded(double value) {
+    const double tenths = std::nearbyint(value * 10);
+    return tenths < 100 ? tenths / 10 : std::nearbyint(value);
+}
+
+QString shortened(double magnitude, bool negative, const char* letter) {
+    const bool whole = magnitude == std::nearbyint(magnitude);
+    // Nothing owed has no sign.
+    const double value = negative && magnitude > 0 ? -magnitude : magnitude;
+    return NumberFormat::decimal(value, whole ? 0 : 1) + QLatin1StringView(letter);
 }
 
 } // namespace
 
 QString NumberFormat::decimal(double value, int decimals) {
-    static std::map<int, LocalizedNumberFormatter> formatters;
-    auto entry = formatters.find(decimals);
-    if (entry == formatters.end()) {
-        entry = formatters.emplace(decimals, base("LC_NUMERIC", decimals)).first;
-    }
-    const auto text = format(entry->second, value);
-    return text.isEmpty() ? plain(value, decimals) : text;
+    return written(value, Notation::decimal, decimals);
 }
 
 QString NumberFormat::dollars(double value, int decimals, Sign sign) {
-    static std::map<std::pair<int, Sign>, LocalizedNumberFormatter> formatters;
-    const auto key = std::pair(decimals, sign);
-    auto entry = formatters.find(key);
-    if (entry == formatters.end()) {
-        entry = formatters
-                    .emplace(key, base("LC_MONETARY", decimals)
-                                      .unit(usDollars())
-                                      .sign(sign == Sign::always ? UNUM_SIGN_ALWAYS : UNUM_SIGN_AUTO))
-                    .first;
-    }
-    const auto text = format(entry->second, value);
-    return text.isEmpty() ? u'$' + plain(value, decimals) : text;
+    return written(value, sign == Sign::always ? Notation::signedDollars : Notation::dollars, decimals);
 }
 
-QString NumberFormat::count(qsizetype value) {
-    return decimal(static_cast<double>(value), 0);
+QString NumberFormat::shortDollars(double dollars) {
+    const bool negative = dollars < 0;
+    for (const auto& unit : units) {
+        const double scaled = std::abs(dollars) / unit.size;
+        const double magnitude = unit.size > 1 ? rounded(scaled) : std::nearbyint(scaled);
+        if (magnitude < tooLarge) {
+            return shortened(magnitude, negative, unit.letter);
+        }
+    }
+    return shortened(tooLarge - 1, negative, units.back().letter) + u'+';
 }
 
 } // namespace quillo

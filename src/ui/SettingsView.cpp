@@ -9,19 +9,17 @@
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QEvent>
-#include <QFontInfo>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScrollArea>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QVBoxLayout>
 #include <QValidator>
-
-#include <algorithm>
 
 namespace quillo {
 
@@ -32,12 +30,12 @@ namespace {
 constexpr int sectionGap = 7;
 constexpr QMargins sectionMargins(10, 7, 10, 7);
 
+/// Behind it all fields begin, whatever their titles.
+const auto longestTitle = u"X-API-Key"_s;
+
 QString withoutLineBreaks(QString text) {
-    text.removeIf([](QChar each) {
-        return each == QChar::LineFeed || each == QChar::CarriageReturn || each == QChar::LineSeparator ||
-               each == QChar::ParagraphSeparator;
-    });
-    return text;
+    static const QRegularExpression lineBreaks(u"[\\n\\r\\x{2028}\\x{2029}]"_s);
+    return text.remove(lineBreaks);
 }
 
 /// What is copied from a file or a page often comes with the end of its line, which nobody sees in a field
@@ -62,11 +60,6 @@ void showText(QLineEdit* field, const QString& text) {
     }
 }
 
-void showState(QCheckBox* box, bool isOn) {
-    const QSignalBlocker blocker(box);
-    box->setChecked(isOn);
-}
-
 /// Titles stand out; what is in the section does not inherit that.
 void emphasiseTitle(QGroupBox* section) {
     for (auto* const child : section->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -82,6 +75,7 @@ void emphasiseTitle(QGroupBox* section) {
 /// A line with the field after its title.
 QHBoxLayout* addField(QVBoxLayout* section, const QString& title, QWidget* field) {
     auto* label = new QLabel(title);
+    label->setMinimumWidth(label->fontMetrics().horizontalAdvance(longestTitle));
     label->setBuddy(field);
     field->setAccessibleName(title);
     auto* row = new QHBoxLayout;
@@ -91,18 +85,27 @@ QHBoxLayout* addField(QVBoxLayout* section, const QString& title, QWidget* field
     return row;
 }
 
-/// Where fields begin, whatever their titles: behind the longest.
-void alignFields(QWidget* form) {
-    int widest = 0;
-    const auto labels = form->findChildren<QLabel*>();
-    for (const auto* const label : labels) {
-        widest = label->buddy() ? std::max(widest, label->sizeHint().width()) : widest;
-    }
-    for (auto* const label : labels) {
-        if (label->buddy()) {
-            label->setFixedWidth(widest);
-        }
-    }
+QLabel* addText(QVBoxLayout* section, const QString& text) {
+    auto* label = new QLabel(text);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    section->addWidget(label);
+    return label;
+}
+
+/// A text of less importance than the controls above it.
+QLabel* addNote(QVBoxLayout* section, const QString& text) {
+    auto* note = addText(section, text);
+    note->setFont(captionFont(note->font()));
+    return note;
+}
+
+/// Begins where the text of the box does.
+QLabel* addNoteUnder(const QCheckBox* box, QVBoxLayout* section, const QString& text) {
+    auto* note = addNote(section, text);
+    note->setIndent(box->style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, box) +
+                    box->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, box));
+    return note;
 }
 
 } // namespace
@@ -127,14 +130,35 @@ QWidget* SettingsView::makeSections() {
     auto* content = new QWidget;
     sections = new QVBoxLayout(content);
     sections->setSpacing(sectionGap);
-    addBackend();
-    addAuthentication();
+    auto& settings = store.settings;
+
+    auto* backend = addSection(u"Backend"_s);
+    addSetting(backend, u"URL"_s, settings.backend);
+    addSetting(backend, u"Verify TLS certificate"_s, settings.verifyTLS);
+
+    auto* authentication = addSection(u"Authentication"_s);
+    addSetting(authentication, longestTitle, settings.apiKey)->setEchoMode(QLineEdit::Password);
+    notes.push_back(addNote(authentication, u"Stored in macOS Keychain."_s));
+
     addRefresh();
-    addStartup();
-    addHotKey();
-    addLastError();
+
+    auto* startup = addSection(u"Startup"_s);
+    auto* launchAtLogin = addSetting(startup, u"Launch at login"_s, store.launchAtLogin);
+    loginItemStatus = addNoteUnder(launchAtLogin, startup, QString());
+
+    auto* globalHotKey = addSection(u"Global hotkey"_s);
+    auto* hotKey = addSetting(globalHotKey, u"Open ledger from any app (⌘⇧R)"_s, settings.hotKeyEnabled);
+    notes.push_back(
+        addNoteUnder(hotKey, globalHotKey,
+                     u"Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
+                     "shortcut."_s));
+
+    auto* error = addSection(u"Last error"_s);
+    lastErrorSection = error->parentWidget();
+    lastError = addText(error, QString());
+    lastError->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+
     sections->addStretch(1);
-    alignFields(content);
     for (auto* const section : content->findChildren<QGroupBox*>()) {
         emphasiseTitle(section);
     }
@@ -150,56 +174,39 @@ QVBoxLayout* SettingsView::addSection(const QString& title) {
     return section;
 }
 
-QLabel* SettingsView::addNote(QVBoxLayout* section, const QString& text) {
-    auto* note = new QLabel(text);
-    note->setTextFormat(Qt::PlainText);
-    note->setWordWrap(true);
-    auto caption = note->font();
-    caption.setPointSizeF(QFontInfo(caption).pointSizeF() * captionScale);
-    note->setFont(caption);
-    section->addWidget(note);
-    return note;
+QLineEdit* SettingsView::addSetting(QVBoxLayout* section, const QString& title, Published<QString>& setting) {
+    auto* field = new QLineEdit;
+    field->setValidator(new OneLine(field));
+    connect(field, &QLineEdit::textChanged, this, [&setting](const QString& text) { setting = text; });
+    renderings.emplace_back([field, &setting] { showText(field, setting); });
+    addField(section, title, field);
+    return field;
 }
 
-QLabel* SettingsView::addNoteUnder(QCheckBox* box, QVBoxLayout* section, const QString& text) {
-    auto* note = addNote(section, text);
-    // Begins where the text of the box does.
-    note->setIndent(box->style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, box) +
-                    box->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, nullptr, box));
-    return note;
-}
-
-void SettingsView::addBackend() {
-    auto* section = addSection(u"Backend"_s);
-    backend = new QLineEdit;
-    backend->setValidator(new OneLine(backend));
-    connect(backend, &QLineEdit::textChanged, this,
-            [this](const QString& text) { store.settings.backend = text; });
-    addField(section, u"URL"_s, backend);
-    verifyTLS = new QCheckBox(u"Verify TLS certificate"_s);
-    connect(verifyTLS, &QCheckBox::toggled, this, [this](bool isOn) { store.settings.verifyTLS = isOn; });
-    section->addWidget(verifyTLS);
-}
-
-void SettingsView::addAuthentication() {
-    auto* section = addSection(u"Authentication"_s);
-    apiKey = new QLineEdit;
-    apiKey->setValidator(new OneLine(apiKey));
-    apiKey->setEchoMode(QLineEdit::Password);
-    connect(apiKey, &QLineEdit::textChanged, this,
-            [this](const QString& text) { store.settings.apiKey = text; });
-    addField(section, u"X-API-Key"_s, apiKey);
-    notes.push_back(addNote(section, u"Stored in macOS Keychain."_s));
+QCheckBox* SettingsView::addSetting(QVBoxLayout* section, const QString& title, Published<bool>& setting) {
+    auto* box = new QCheckBox(title);
+    connect(box, &QCheckBox::toggled, this, [&setting](bool isOn) { setting = isOn; });
+    renderings.emplace_back([box, &setting] {
+        const QSignalBlocker blocker(box);
+        box->setChecked(setting);
+    });
+    section->addWidget(box);
+    return box;
 }
 
 void SettingsView::addRefresh() {
     auto* section = addSection(u"Refresh"_s);
-    interval = new Picker;
+    auto* interval = new Picker;
     for (const auto& preset : intervalPresets) {
         interval->addItem(preset.label, preset.seconds);
     }
-    connect(interval, &QComboBox::activated, this,
-            [this](int entry) { store.settings.refreshInterval = interval->itemData(entry).toLongLong(); });
+    connect(interval, &QComboBox::activated, this, [this, interval](int entry) {
+        store.settings.refreshInterval = interval->itemData(entry).toLongLong();
+    });
+    // An interval that is no preset leaves the picker without a choice.
+    renderings.emplace_back([this, interval] {
+        interval->setCurrentIndex(interval->findData(store.settings.refreshInterval.get()));
+    });
     auto* row = addField(section, u"Interval"_s, interval);
     // Screen readers are told the chosen entry as its name.
     interval->setAccessibleDescription(u"Interval"_s);
@@ -212,45 +219,11 @@ void SettingsView::addRefresh() {
     row->addWidget(refresh);
 }
 
-void SettingsView::addStartup() {
-    auto* section = addSection(u"Startup"_s);
-    launchAtLogin = new QCheckBox(u"Launch at login"_s);
-    connect(launchAtLogin, &QCheckBox::toggled, this, [this](bool isOn) { store.launchAtLogin = isOn; });
-    section->addWidget(launchAtLogin);
-    loginItemStatus = addNoteUnder(launchAtLogin, section, QString());
-}
-
-void SettingsView::addHotKey() {
-    auto* section = addSection(u"Global hotkey"_s);
-    hotKey = new QCheckBox(u"Open ledger from any app (⌘⇧R)"_s);
-    connect(hotKey, &QCheckBox::toggled, this, [this](bool isOn) { store.settings.hotKeyEnabled = isOn; });
-    section->addWidget(hotKey);
-    notes.push_back(
-        addNoteUnder(hotKey, section,
-                     u"Works system-wide. Note: while enabled, ⌘⇧R overrides the browser's hard-reload "
-                     "shortcut."_s));
-}
-
-void SettingsView::addLastError() {
-    auto* section = addSection(u"Last error"_s);
-    lastErrorSection = qobject_cast<QGroupBox*>(section->parentWidget());
-    lastError = new QLabel;
-    lastError->setTextFormat(Qt::PlainText);
-    lastError->setWordWrap(true);
-    lastError->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    section->addWidget(lastError);
-}
-
-void SettingsView::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange) {
-        applyColours(); // the desktop may turn dark while the window is open
-    }
-    QWidget::changeEvent(event);
-}
-
 bool SettingsView::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate) {
         render(); // the desktop's list of startup applications may have been changed meanwhile
+    } else if (event->type() == QEvent::PaletteChange) {
+        applyColours(); // the desktop may turn dark while the window is open
     }
     return QWidget::event(event);
 }
@@ -264,14 +237,9 @@ void SettingsView::applyColours() {
 }
 
 void SettingsView::render() {
-    const auto& settings = store.settings;
-    showText(backend, settings.backend);
-    showText(apiKey, settings.apiKey);
-    showState(verifyTLS, settings.verifyTLS);
-    showState(hotKey, settings.hotKeyEnabled);
-    showState(launchAtLogin, store.launchAtLogin);
-    // An interval that is no preset leaves the picker without a choice.
-    interval->setCurrentIndex(interval->findData(settings.refreshInterval.get()));
+    for (const auto& showSetting : renderings) {
+        showSetting();
+    }
     const auto status = store.loginItemStatusMessage();
     loginItemStatus->setText(status.value_or(QString()));
     loginItemStatus->setVisible(status.has_value());

@@ -1,13 +1,14 @@
 #pragma once
 
+#include "core/Published.h"
+
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
 class QCheckBox;
-class QComboBox;
-class QGroupBox;
 class QLabel;
 class QLineEdit;
 class QScrollArea;
@@ -27,19 +28,13 @@ public:
 
 protected:
     bool event(QEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     [[nodiscard]] QWidget* makeSections();
-    void addBackend();
-    void addAuthentication();
     void addRefresh();
-    void addStartup();
-    void addHotKey();
-    void addLastError();
     [[nodiscard]] QVBoxLayout* addSection(const QString& title);
-    [[nodiscard]] QLabel* addNote(QVBoxLayout* section, const QString& text);
-    [[nodiscard]] QLabel* addNoteUnder(QCheckBox* box, QVBoxLayout* section, const QString& text);
+    QLineEdit* addSetting(QVBoxLayout* section, const QString& title, Published<QString>& setting);
+    QCheckBox* addSetting(QVBoxLayout* section, const QString& title, Published<bool>& setting);
     void applyColours();
     void render();
     void showError(const std::optional<QString>& error);
@@ -47,14 +42,9 @@ private:
     AppStore& store;
     QScrollArea* form = nullptr;
     QVBoxLayout* sections = nullptr;
-    QLineEdit* backend = nullptr;
-    QCheckBox* verifyTLS = nullptr;
-    QLineEdit* apiKey = nullptr;
-    QComboBox* interval = nullptr;
-    QCheckBox* launchAtLogin = nullptr;
+    std::vector<std::function<void()>> renderings; ///< show each setting in its control
     QLabel* loginItemStatus = nullptr;
-    QCheckBox* hotKey = nullptr;
-    QGroupBox* lastErrorSection = nullptr;
+    QWidget* lastErrorSection = nullptr;
     QLabel* lastError = nullptr;
     bool isAnswerAwaited = false; ///< "Refresh now" was pressed, and its outcome is not shown yet
     std::vector<QLabel*> notes;   ///< of less importance than the controls above them

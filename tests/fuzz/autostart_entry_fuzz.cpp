@@ -8,6 +8,7 @@
 // stays one quoted word on its line, so nothing of it is taken for a key that switches the entry off.
 
 using namespace quillo;
+using namespace Qt::Literals::StringLiterals;
 using quillo::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -16,11 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(meaning == autostart::Meaning::starts || meaning == autostart::Meaning::switchedOff ||
             meaning == autostart::Meaning::nonsense);
 
-    const QByteArray word = autostart::quotedForExec(QString::fromUtf8(bytes).remove(QChar::Null)).toUtf8();
-    require(word.startsWith('"') && word.endsWith('"'));
-    require(!word.contains('\n') && !word.contains('\r'));
-    const QByteArray begin = "[Desktop Entry]\nType=Application\n";
-    require(autostart::meaning(begin + "Exec=" + word + "\n") != autostart::Meaning::switchedOff);
-    require(autostart::meaning(begin + "Exec=" + word + "\nHidden=true\n") != autostart::Meaning::starts);
+    const QByteArray entry = autostart::entry(u"quillo"_s, QString::fromUtf8(bytes).remove(QChar::Null));
+    require(entry.count('\n') == 9 && !entry.contains('\r'));
+    require(autostart::meaning(entry) != autostart::Meaning::switchedOff);
+    require(autostart::meaning(entry + "Hidden=true\n") != autostart::Meaning::starts);
     return 0;
 }

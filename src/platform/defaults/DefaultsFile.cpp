@@ -1,16 +1,19 @@
 #include "platform/defaults/DefaultsFile.h"
 
-#include "platform/defaults/FileLock.h"
-
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <thread>
+
+#include <sys/file.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -24,6 +27,23 @@ constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 /// Others hold the lock for milliseconds; one that holds it for longer has hung.
 constexpr auto longestWaitForLock = 5s;
 
+/// Keeps others from the work that `file` stands for, for as long as it is open: the lock is the kernel's
+/// (flock(2)) and ends with its process, however that ends. The file is made where it is missing and stays.
+bool lock(QFile& file) {
+    if (!file.open(QIODevice::ReadWrite, ownerOnly)) {
+        return false;
+    }
+    // flock knows no time limit.
+    const QDeadlineTimer deadline(longestWaitForLock);
+    while (::flock(file.handle(), LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired()) {
+            return false;
+        }
+        std::this_thread::sleep_for(2ms);
+    }
+    return true;
+}
+
 /// Parents are made as the system likes, the last folder for its owner only. Another process may be faster.
 bool makeFolder(const QFileInfo& file) {
     const auto folder = file.path();
@@ -35,23 +55,20 @@ bool makeFolder(const QFileInfo& file) {
 } // namespace
 
 QJsonObject DefaultsFile::read() const {
-    return load().values;
+    return load().value_or(QJsonObject());
 }
 
 bool DefaultsFile::merge(const QJsonObject& changes) const {
-    if (!makeFolder(QFileInfo(path))) {
-        return false;
-    }
-    const FileLock lock(path + ".lock"_L1, longestWaitForLock);
-    if (!lock.isHeld()) {
+    QFile lockFile(path + ".lock"_L1);
+    if (!makeFolder(QFileInfo(path)) || !lock(lockFile)) {
         return false;
     }
     const auto before = load();
-    const auto values = merged(before.values, changes);
-    if (before.state == State::readable && values == before.values) {
+    const auto values = merged(before.value_or(QJsonObject()), changes);
+    if (values == before) {
         return true;
     }
-    if (before.state == State::damaged && !moveAside()) {
+    if (!before && !moveAside()) {
         return false;
     }
     // Complete and on the disk under another name before it takes the old one's place. Follows a link. In
@@ -78,25 +95,18 @@ QByteArray DefaultsFile::format(const QJsonObject& values) {
     return QJsonDocument(values).toJson();
 }
 
-DefaultsFile::Contents DefaultsFile::load() const {
+std::optional<QJsonObject> DefaultsFile::load() const {
     const QFileInfo info(path);
     if (!info.exists()) {
-        return {}; // nothing, or a link that leads nowhere yet
-    }
-    // Anything else might block or never end.
-    if (!info.isFile() || info.size() > largestSize) {
-        return {State::damaged, {}};
+        return QJsonObject(); // nothing, or a link that leads nowhere yet
     }
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {State::damaged, {}};
+    // Anything but a file might block or never end.
+    if (!info.isFile() || info.size() > largestSize || !file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
     }
     const auto contents = file.read(largestSize + 1);
-    if (file.error() != QFile::NoError) {
-        return {State::damaged, {}};
-    }
-    auto values = parse(contents);
-    return values ? Contents{State::readable, *values} : Contents{State::damaged, {}};
+    return file.error() == QFile::NoError ? parse(contents) : std::nullopt;
 }
 
 bool DefaultsFile::moveAside() const {

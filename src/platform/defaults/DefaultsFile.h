@@ -40,13 +40,8 @@ public:
     [[nodiscard]] static QByteArray format(const QJsonObject& values);
 
 private:
-    enum class State { absent, readable, damaged };
-    struct Contents {
-        State state = State::absent;
-        QJsonObject values;
-    };
-
-    [[nodiscard]] Contents load() const;
+    /// As `read`, but absent when the file is damaged.
+    [[nodiscard]] std::optional<QJsonObject> load() const;
     [[nodiscard]] bool moveAside() const;
 
     QString path;

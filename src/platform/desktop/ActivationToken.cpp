@@ -6,26 +6,17 @@
 
 namespace quillo {
 
-namespace {
-
-QString& offered() {
-    static QString token;
-    return token;
-}
-
-} // namespace
-
 QString ActivationToken::ofLaunch() {
     const auto token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
     return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
 }
 
 void ActivationToken::offer(const QString& token) {
-    offered() = token;
+    offered = token;
 }
 
 QString ActivationToken::take() {
-    return std::exchange(offered(), QString());
+    return std::exchange(offered, QString());
 }
 
 } // namespace quillo

@@ -22,6 +22,9 @@ public:
 
     /// The token offered last, empty when there is none. It can be taken once.
     [[nodiscard]] static QString take();
+
+private:
+    static inline QString offered;
 };
 
 } // namespace quillo

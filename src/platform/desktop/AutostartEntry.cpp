@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include <glib.h>
 
@@ -30,25 +31,20 @@ bool isProgram(const char* name) {
     return name && *name && Text(g_find_program_in_path(name));
 }
 
-QStringList list(GKeyFile* file, const char* key) {
-    QStringList items;
-    const Words words(g_key_file_get_string_list(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr));
-    for (auto* const* word = words.get(); word && *word; ++word) {
-        items << QString::fromUtf8(*word);
-    }
-    return items;
-}
-
 /// Section "Recognized desktop entry keys": OnlyShowIn and NotShowIn against the desktop's names.
 bool isForThisDesktop(GKeyFile* file) {
     const auto names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
-    const auto isNamedIn = [&names](const QStringList& desktops) {
-        return std::ranges::any_of(names, [&](const auto& name) { return desktops.contains(name); });
+    const auto isNamedIn = [&](const char* key) {
+        const Words desktops(
+            g_key_file_get_string_list(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr));
+        return desktops && std::ranges::any_of(names, [&](const auto& name) {
+                   return g_strv_contains(desktops.get(), name.toUtf8().constData());
+               });
     };
     const bool isRestricted =
         g_key_file_has_key(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ONLY_SHOW_IN, nullptr);
-    return (!isRestricted || isNamedIn(list(file, G_KEY_FILE_DESKTOP_KEY_ONLY_SHOW_IN))) &&
-           !isNamedIn(list(file, G_KEY_FILE_DESKTOP_KEY_NOT_SHOW_IN));
+    return (!isRestricted || isNamedIn(G_KEY_FILE_DESKTOP_KEY_ONLY_SHOW_IN)) &&
+           !isNamedIn(G_KEY_FILE_DESKTOP_KEY_NOT_SHOW_IN);
 }
 
 bool startsSomething(GKeyFile* file) {
@@ -65,6 +61,21 @@ bool startsSomething(GKeyFile* file) {
     const Words owned(words);
     const auto program = QByteArray(words[0]).replace("%%", "%");
     return isProgram(program.constData()) && (!tryExec || isProgram(tryExec.get()));
+}
+
+/// The only word of an Exec key's value, quoted as section "The Exec key" asks for, whatever characters it
+/// contains.
+QString quotedForExec(const QString& program) {
+    QString quoted;
+    for (const auto character : program) {
+        if (u"\"`$\\"_s.contains(character)) {
+            quoted += u'\\';
+        } else if (character == u'%') {
+            quoted += u'%'; // a single one would begin a field code
+        }
+        quoted += character;
+    }
+    return u'"' + quoted + u'"';
 }
 
 } // namespace
@@ -91,27 +102,24 @@ Meaning meaning(const QByteArray& text) {
     return startsSomething(file.get()) ? Meaning::starts : Meaning::nonsense;
 }
 
-QString quotedForExec(const QString& program) {
-    QString quoted;
-    for (const auto character : program) {
-        if (u"\"`$\\"_s.contains(character)) {
-            quoted += u'\\';
-        } else if (character == u'%') {
-            quoted += u'%'; // a single one would begin a field code
-        }
-        quoted += character;
+QByteArray entry(const QString& applicationId, const QString& program) {
+    const std::pair<const char*, QString> values[]{
+        {G_KEY_FILE_DESKTOP_KEY_TYPE, QStringLiteral(G_KEY_FILE_DESKTOP_TYPE_APPLICATION)},
+        {G_KEY_FILE_DESKTOP_KEY_NAME, u"Quillo"_s},
+        {G_KEY_FILE_DESKTOP_KEY_COMMENT, u"Keeps your credit card balance in view"_s},
+        {G_KEY_FILE_DESKTOP_KEY_ICON, applicationId},
+        {G_KEY_FILE_DESKTOP_KEY_EXEC, quotedForExec(program)},
+        {G_KEY_FILE_DESKTOP_KEY_TRY_EXEC, program},
+        {G_KEY_FILE_DESKTOP_KEY_TERMINAL, u"false"_s},
+        {G_KEY_FILE_DESKTOP_KEY_STARTUP_NOTIFY, u"false"_s},
+    };
+    const KeyFile file(g_key_file_new());
+    for (const auto& [key, value] : values) {
+        g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, key, value.toUtf8().constData());
     }
-    return escapedString(u'"' + quoted + u'"');
-}
-
-QString escapedString(const QString& value) {
-    QString escaped = value;
-    escaped.replace(u'\\', u"\\\\"_s).replace(u'\n', u"\\n"_s).replace(u'\t', u"\\t"_s);
-    escaped.replace(u'\r', u"\\r"_s);
-    if (escaped.startsWith(u' ')) {
-        escaped.replace(0, 1, u"\\s"_s);
-    }
-    return escaped;
+    // Desktop entries have no control characters (section "Basic format of the file"); GLib leaves tabs.
+    const Text text(g_key_file_to_data(file.get(), nullptr, nullptr));
+    return QByteArray(text.get()).replace('\t', "\\t");
 }
 
 } // namespace quillo::autostart

@@ -19,11 +19,7 @@ enum class Meaning {
 
 [[nodiscard]] Meaning meaning(const QByteArray& text);
 
-/// `program` as the only word of an Exec key's value, quoted as section "The Exec key" of the Desktop Entry
-/// Specification asks for, whatever characters it contains.
-[[nodiscard]] QString quotedForExec(const QString& program);
-
-/// A value of type string with the escapes of the section "Possible value types".
-[[nodiscard]] QString escapedString(const QString& value);
+/// An entry that starts `program`, whatever characters its path contains.
+[[nodiscard]] QByteArray entry(const QString& applicationId, const QString& program);
 
 } // namespace quillo::autostart

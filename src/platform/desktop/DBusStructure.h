@@ -2,6 +2,7 @@
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
+#include <QDBusObjectPath>
 #include <QList>
 
 #include <tuple>
@@ -31,10 +32,13 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, T& structure) {
     return argument;
 }
 
-/// Makes the structures, and lists of them, known to Qt's D-Bus classes, which must come before the first is
-/// sent or received. May be called again.
+/// Makes object paths, the structures, and lists of them, known to Qt's D-Bus classes, which must come before
+/// the first is sent or received. May be called again.
 template <Structure... T>
-void registerStructures() {
+void registerMetaTypes() {
+    // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
+    // that carries a type whose name it does not know.
+    qRegisterMetaType<QDBusObjectPath>();
     (qDBusRegisterMetaType<T>(), ...);
     (qDBusRegisterMetaType<QList<T>>(), ...);
 }

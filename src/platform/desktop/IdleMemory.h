@@ -4,6 +4,9 @@
 
 #include <chrono>
 #include <functional>
+#include <utility>
+
+#include <malloc.h>
 
 namespace quillo {
 
@@ -16,7 +19,11 @@ public:
     static constexpr std::chrono::milliseconds rest{250};
 
     /// `giveBack` stands in for the allocator's own operation.
-    explicit IdleMemory(std::function<void()> giveBack = trimHeap);
+    explicit IdleMemory(std::function<void()> giveBack = [] { malloc_trim(0); }) {
+        timer.setSingleShot(true);
+        timer.setInterval(rest);
+        QObject::connect(&timer, &QTimer::timeout, &timer, std::move(giveBack));
+    }
 
     /// Something has been done that may have left memory behind. However often this is called, memory is
     /// given back once, when the calls have stopped for the time of `rest`. Until the next call no timer
@@ -24,8 +31,6 @@ public:
     void noteActivity() { timer.start(); }
 
 private:
-    static void trimHeap();
-
     QTimer timer;
 };
 

@@ -12,8 +12,6 @@ namespace quillo {
 
 namespace {
 
-using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
-
 /// The message with its terminator, its value quoted as the protocol asks for.
 QByteArray removal(const QString& startupId) {
     auto id = startupId.toUtf8();
@@ -27,8 +25,8 @@ void endLaunchFeedback(const QString& startupId, const QByteArray& display) {
     if (startupId.isEmpty()) {
         return;
     }
-    const Connection connection(xcb_connect(display.isEmpty() ? nullptr : display.constData(), nullptr),
-                                &xcb_disconnect);
+    const x11::Owned<xcb_connection_t> connection(
+        xcb_connect(display.isEmpty() ? nullptr : display.constData(), nullptr));
     if (xcb_connection_has_error(connection.get())) {
         return;
     }

@@ -107,7 +107,7 @@ void LoginItem::register_() const {
     // The error of mkdir shows again, with its reason, when the file is opened.
     QDir().mkpath(QFileInfo(path).path());
     QSaveFile file(path);
-    const auto text = entryText();
+    const auto text = autostart::entry(applicationId, program);
     // Flushed by hand, because commit() overlooks that the last of the text could not be written.
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush() ||
         !file.commit()) {
@@ -127,21 +127,6 @@ void LoginItem::unregister() const {
     if (!file.remove() && file.exists()) {
         throw LoginItemError(u"“%1” can’t be removed (%2)."_s.arg(file.fileName(), file.errorString()));
     }
-}
-
-QByteArray LoginItem::entryText() const {
-    const QString text = uR"([Desktop Entry]
-Type=Application
-Name=Quillo
-Comment=Keeps your credit card balance in view
-Icon=%1
-Exec=%2
-TryExec=%3
-Terminal=false
-StartupNotify=false
-)"_s;
-    return text.arg(applicationId, autostart::quotedForExec(program), autostart::escapedString(program))
-        .toUtf8();
 }
 
 } // namespace quillo

@@ -60,7 +60,6 @@ public:
 
 private:
     [[nodiscard]] bool isInstalled() const;
-    [[nodiscard]] QByteArray entryText() const;
 
     QString applicationId;
     QString program;

@@ -1,5 +1,7 @@
 #include "platform/desktop/NotificationCenter.h"
 
+#include <QGuiApplication>
+
 #include <utility>
 
 namespace quillo {
@@ -12,6 +14,17 @@ void NotificationCenter::post(QStringView name) {
 
 Observation NotificationCenter::observe(QStringView name, Callback callback) {
     return channels[name.toString()].observe(std::move(callback));
+}
+
+std::unique_ptr<QObject> watchActivity(NotificationCenter& center) {
+    auto context = std::make_unique<QObject>();
+    QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, context.get(),
+                     [&center](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive) {
+                             center.post(notification::applicationDidBecomeActive);
+                         }
+                     });
+    return context;
 }
 
 } // namespace quillo

@@ -3,10 +3,12 @@
 #include "core/Signal.h"
 
 #include <QHash>
+#include <QObject>
 #include <QString>
 #include <QStringView>
 
 #include <functional>
+#include <memory>
 
 namespace quillo {
 
@@ -45,5 +47,9 @@ inline constexpr QStringView menuDidBeginTracking = u"quillo.menuDidBeginTrackin
 inline constexpr QStringView openLedgerRequested = u"quillo.openLedgerRequested";
 
 } // namespace notification
+
+/// Posts `applicationDidBecomeActive` whenever the application becomes active, as long as what is returned
+/// lives. Needs a `QGuiApplication`.
+[[nodiscard]] std::unique_ptr<QObject> watchActivity(NotificationCenter& center);
 
 } // namespace quillo

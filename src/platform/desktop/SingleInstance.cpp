@@ -1,25 +1,38 @@
 #include "platform/desktop/SingleInstance.h"
 
+#include "platform/desktop/ActivationToken.h"
 #include "platform/desktop/LocalBusInterface.h"
+
+#include "ApplicationAdaptor.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
-
-#include <utility>
+#include <QHash>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
-SingleInstance::SingleInstance(QDBusConnection sessionBus, QString id, std::chrono::milliseconds longest)
-    : bus(std::move(sessionBus)), applicationId(std::move(id)), limit(longest) {}
+namespace {
 
-SingleInstance::~SingleInstance() = default;
+const QString activationToken = u"activation-token"_s;
+/// The same for X11, from before there was a common name.
+const QString startupId = u"desktop-startup-id"_s;
+
+} // namespace
+
+SingleInstance::SingleInstance(QDBusConnection sessionBus, QString id, std::chrono::milliseconds longest)
+    : bus(std::move(sessionBus)),
+      applicationId(std::move(id)),
+      objectPath(QString(u'/' + applicationId).replace(u'.', u'/').replace(u'-', u'_')),
+      limit(longest) {
+    new ApplicationAdaptor(this); // owned by this object, which is how Qt finds it
+}
 
 SingleInstance::Claim SingleInstance::claim(const QString& launchToken) {
     // The object comes before the name: whoever sees the name may call at once.
-    if (!bus.isConnected() || !application.exportOn(bus, applicationId)) {
+    if (!bus.isConnected() || !bus.registerObject(objectPath, this, QDBusConnection::ExportAdaptors)) {
         return Claim::alone;
     }
     // The other instance may end between the two questions; then the name is free again. More than a few
@@ -44,10 +57,14 @@ bool SingleInstance::ownsName() {
 }
 
 bool SingleInstance::askOther(const QString& launchToken) {
-    auto call = QDBusMessage::createMethodCall(applicationId, DesktopApplication::path(applicationId),
-                                               u"org.freedesktop.Application"_s, u"Activate"_s);
+    auto call = QDBusMessage::createMethodCall(applicationId, objectPath, u"org.freedesktop.Application"_s,
+                                               u"Activate"_s);
     call.setAutoStartService(false);
-    call << DesktopApplication::platformData(launchToken);
+    QVariantMap platformData;
+    if (!launchToken.isEmpty()) {
+        platformData = {{activationToken, launchToken}, {startupId, launchToken}};
+    }
+    call << platformData;
     bus.call(call, QDBus::Block, static_cast<int>(limit.count()));
     // Whatever the answer was, or if there was none: as long as the name has an owner, the request has
     // reached it.
@@ -56,9 +73,42 @@ bool SingleInstance::askOther(const QString& launchToken) {
 
 void SingleInstance::quitWithBus() {
     using Local = OrgFreedesktopDBusLocalInterface;
-    connectionState = std::make_unique<Local>(QString(), u"/org/freedesktop/DBus/Local"_s, bus);
-    QObject::connect(connectionState.get(), &Local::Disconnected, &application,
-                     [this] { application.ActivateAction(u"quit"_s, {}, {}); });
+    auto local = std::make_unique<Local>(QString(), u"/org/freedesktop/DBus/Local"_s, bus);
+    connect(local.get(), &Local::Disconnected, this, [this] { ActivateAction(u"quit"_s, {}, {}); });
+    connectionState = std::move(local);
+}
+
+void SingleInstance::Activate(const QVariantMap& platformData) {
+    schedule(&ApplicationRequests::openLedger, platformData);
+}
+
+void SingleInstance::Open(const QStringList&, const QVariantMap&) {}
+
+void SingleInstance::ActivateAction(const QString& name, const QVariantList&,
+                                    const QVariantMap& platformData) {
+    static const QHash<QString, Request> known{{u"open-ledger"_s, &ApplicationRequests::openLedger},
+                                               {u"refresh"_s, &ApplicationRequests::refresh},
+                                               {u"settings"_s, &ApplicationRequests::settings},
+                                               {u"quit"_s, &ApplicationRequests::quit}};
+    if (const auto request = known.value(name)) {
+        schedule(request, platformData);
+    } else if (calledFromDBus()) {
+        sendErrorReply(QDBusError::InvalidArgs, u"There is no action “%1”."_s.arg(name));
+    }
+}
+
+void SingleInstance::schedule(Request request, const QVariantMap& platformData) {
+    const auto newer = platformData.value(activationToken).toString();
+    const auto token = newer.isEmpty() ? platformData.value(startupId).toString() : newer;
+    QMetaObject::invokeMethod(
+        this,
+        [this, request, token] {
+            if (const auto handler = requests.*request) {
+                ActivationToken::offer(token);
+                handler();
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace quillo

@@ -1,23 +1,39 @@
 #pragma once
 
-#include "platform/desktop/DesktopApplication.h"
-
 #include <QDBusConnection>
+#include <QDBusContext>
+#include <QObject>
 #include <QString>
+#include <QStringList>
+#include <QVariantMap>
 
 #include <chrono>
+#include <functional>
 #include <memory>
-
-class OrgFreedesktopDBusLocalInterface;
+#include <utility>
 
 namespace quillo {
+
+/// What other programs can ask of this one.
+struct ApplicationRequests {
+    std::function<void()> openLedger = {};
+    std::function<void()> refresh = {};
+    std::function<void()> settings = {};
+    std::function<void()> quit = {};
+};
 
 /// Lets one instance of the program run in a session: the owner of the application's name on the session bus.
 /// The bus gives the name to one of those that ask in the same instant, and takes it from one that crashed.
 ///
+/// That instance answers there as `org.freedesktop.Application`: members in upper camel case are the
+/// interface's own; org.freedesktop.Application.xml declares it. A request runs on a later turn of the loop
+/// than its call, so that the caller is answered at once. The activation token that came with it is offered
+/// (`ActivationToken`) just before.
+///
 /// When the bus goes away, the session is over: nobody could reach the instance any more, and the next launch
 /// would not know of it. It is then asked to quit, as by another program.
-class SingleInstance {
+class SingleInstance final : public QObject, protected QDBusContext {
+    Q_OBJECT
 public:
     enum class Claim {
         /// This is the one; others' requests arrive here until it ends.
@@ -33,7 +49,6 @@ public:
 
     SingleInstance(QDBusConnection sessionBus, QString applicationId,
                    std::chrono::milliseconds limit = answerLimit);
-    ~SingleInstance();
 
     /// Asks for the name, and the other instance if there is one. To be called once, before the program shows
     /// anything: it waits for the bus, and for the other instance at most the limit.
@@ -42,18 +57,31 @@ public:
 
     /// Who answers what others ask. Requests wait in the event loop, so none is lost when this is called
     /// before the loop runs.
-    void setRequests(ApplicationRequests handlers) { application.setRequests(std::move(handlers)); }
+    void setRequests(ApplicationRequests handlers) { requests = std::move(handlers); }
+
+    /// Opens the ledger.
+    void Activate(const QVariantMap& platformData);
+
+    /// Does nothing: the program has no documents.
+    void Open(const QStringList& uris, const QVariantMap& platformData);
+
+    /// Takes `open-ledger`, `refresh`, `settings` and `quit`; answers any other name with an error.
+    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
 
 private:
+    using Request = std::function<void()> ApplicationRequests::*;
+
     [[nodiscard]] bool ownsName();
     [[nodiscard]] bool askOther(const QString& launchToken);
     void quitWithBus();
+    void schedule(Request request, const QVariantMap& platformData);
 
     QDBusConnection bus;
     QString applicationId;
+    QString objectPath; ///< the id with "/" for "." and "_" for "-"
     std::chrono::milliseconds limit;
-    DesktopApplication application;
-    std::unique_ptr<OrgFreedesktopDBusLocalInterface> connectionState;
+    ApplicationRequests requests;
+    std::unique_ptr<QObject> connectionState;
 };
 
 } // namespace quillo

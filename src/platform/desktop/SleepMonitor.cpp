@@ -8,17 +8,16 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
-SleepMonitor::SleepMonitor(const QDBusConnection& systemBus, NotificationCenter& center)
-    : manager(std::make_unique<OrgFreedesktopLogin1ManagerInterface>(
-          u"org.freedesktop.login1"_s, u"/org/freedesktop/login1"_s, systemBus)) {
-    QObject::connect(manager.get(), &OrgFreedesktopLogin1ManagerInterface::PrepareForSleep, manager.get(),
-                     [&center](bool start) {
-                         if (!start) {
-                             center.post(notification::workspaceDidWake);
-                         }
-                     });
+std::unique_ptr<QObject> monitorSleep(const QDBusConnection& systemBus, NotificationCenter& center) {
+    using Manager = OrgFreedesktopLogin1ManagerInterface;
+    auto manager =
+        std::make_unique<Manager>(u"org.freedesktop.login1"_s, u"/org/freedesktop/login1"_s, systemBus);
+    QObject::connect(manager.get(), &Manager::PrepareForSleep, manager.get(), [&center](bool start) {
+        if (!start) {
+            center.post(notification::workspaceDidWake);
+        }
+    });
+    return manager;
 }
-
-SleepMonitor::~SleepMonitor() = default;
 
 } // namespace quillo

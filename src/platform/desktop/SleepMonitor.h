@@ -1,25 +1,19 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QObject>
 
 #include <memory>
-
-class OrgFreedesktopLogin1ManagerInterface;
 
 namespace quillo {
 
 class NotificationCenter;
 
-/// Posts `workspaceDidWake` whenever logind says that the machine has come back from sleep.
+/// Posts `workspaceDidWake` whenever logind says that the machine has come back from sleep, as long as what
+/// is returned lives.
 ///
 /// It only listens: logind may come, go and come back. Without a system bus or logind nothing is ever posted.
-class SleepMonitor {
-public:
-    SleepMonitor(const QDBusConnection& systemBus, NotificationCenter& center);
-    ~SleepMonitor();
-
-private:
-    std::unique_ptr<OrgFreedesktopLogin1ManagerInterface> manager;
-};
+[[nodiscard]] std::unique_ptr<QObject> monitorSleep(const QDBusConnection& systemBus,
+                                                    NotificationCenter& center);
 
 } // namespace quillo

@@ -3,7 +3,7 @@
 #include <array>
 #include <csignal>
 
-#include <fcntl.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace quillo {
@@ -12,26 +12,26 @@ namespace {
 
 constexpr std::array signals{SIGTERM, SIGINT, SIGHUP};
 
-/// Signal handlers may do little more than write(2) (signal-safety(7)); the event loop reads the other end.
-std::array<int, 2> pipeEnds{-1, -1};
+/// Signal handlers may do little more than write(2) (signal-safety(7)); the event loop reads it.
+int arrived = -1;
 
 extern "C" void passOn(int) {
-    const char byte = 0;
-    [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
+    const eventfd_t one = 1;
+    [[maybe_unused]] const auto written = write(arrived, &one, sizeof one);
 }
 
 } // namespace
 
 TerminationSignals::TerminationSignals(std::function<void()> onSignal) {
-    if (pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+    arrived = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (arrived < 0) {
         return; // the signals keep their default, which ends the program
     }
-    notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
+    notifier = std::make_unique<QSocketNotifier>(arrived, QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
                      [onSignal = std::move(onSignal)] {
-                         char byte = 0;
-                         while (read(pipeEnds[0], &byte, 1) > 0) {
-                         }
+                         eventfd_t count = 0;
+                         eventfd_read(arrived, &count);
                          onSignal();
                      });
     struct sigaction action {};
@@ -47,10 +47,8 @@ TerminationSignals::~TerminationSignals() {
         std::signal(signal, SIG_DFL);
     }
     notifier.reset();
-    for (auto& end : pipeEnds) {
-        if (end >= 0) {
-            close(std::exchange(end, -1));
-        }
+    if (arrived >= 0) {
+        close(std::exchange(arrived, -1));
     }
 }
 

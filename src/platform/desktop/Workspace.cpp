@@ -1,16 +1,8 @@
 #include "platform/desktop/Workspace.h"
 
-#include <QDesktopServices>
-
-#include <utility>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
-
-Workspace::Workspace() : Workspace(&QDesktopServices::openUrl) {}
-
-Workspace::Workspace(Opener given) : opener(std::move(given)) {}
 
 bool Workspace::open(const QUrl& url) const {
     const auto scheme = url.scheme(); // QUrl keeps it in lower case

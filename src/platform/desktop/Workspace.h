@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QDesktopServices>
 #include <QUrl>
 
 #include <functional>
+#include <utility>
 
 namespace quillo {
 
@@ -11,11 +13,8 @@ class Workspace {
 public:
     using Opener = std::function<bool(const QUrl&)>;
 
-    /// Opens pages in the user's default browser.
-    Workspace();
-
-    /// Hands pages to `opener`, which returns whether it accepted them.
-    explicit Workspace(Opener opener);
+    /// Hands pages to `given`, which returns whether it accepted them.
+    explicit Workspace(Opener given = &QDesktopServices::openUrl) : opener(std::move(given)) {}
 
     /// Opens the page in the user's default browser, without waiting for it. Anything that is not a valid
     /// `http` or `https` URL with a host is refused, so that no text from elsewhere can start a program or

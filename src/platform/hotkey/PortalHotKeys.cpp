@@ -37,7 +37,7 @@ public:
         : bus(std::move(connection)),
           pressed(std::move(onPress)),
           watcher(portal::service, bus, QDBusServiceWatcher::WatchForOwnerChange) {
-        portal::registerTypes();
+        dbus::registerMetaTypes<portal::Shortcut>();
         shortcuts = {
             {shortcutId, {{u"description"_s, u"Open the ledger"_s}, {u"preferred_trigger"_s, trigger}}}};
         shortcutsPortal = std::make_unique<Portal>(portal::service, portal::desktopPath, bus);
@@ -185,15 +185,14 @@ std::unique_ptr<HotKeyService::Registration> PortalHotKeys::registerHotKey(const
 
 QString portalTrigger(const HotKeyChord& chord) {
     QString trigger;
-    const auto add = [&](Qt::KeyboardModifier modifier, QLatin1StringView name) {
+    for (const auto& [modifier, name] : {std::pair{Qt::ControlModifier, "CTRL+"_L1},
+                                         {Qt::AltModifier, "ALT+"_L1},
+                                         {Qt::ShiftModifier, "SHIFT+"_L1},
+                                         {Qt::MetaModifier, "LOGO+"_L1}}) {
         if (chord.modifiers.testFlag(modifier)) {
-            trigger += name + u'+';
+            trigger += name;
         }
-    };
-    add(Qt::ControlModifier, "CTRL"_L1);
-    add(Qt::AltModifier, "ALT"_L1);
-    add(Qt::ShiftModifier, "SHIFT"_L1);
-    add(Qt::MetaModifier, "LOGO"_L1);
+    }
     return trigger + QLatin1Char(chord.letter);
 }
 

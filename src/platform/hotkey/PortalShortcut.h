@@ -19,10 +19,11 @@ struct Shortcut {
 };
 using Shortcuts = QList<Shortcut>;
 
-/// Makes the types known to Qt's D-Bus classes; may be called again.
-void registerTypes();
-
 /// The list that a portal answered with; empty when the value is anything else.
-[[nodiscard]] Shortcuts shortcutsOf(const QVariant& value);
+[[nodiscard]] inline Shortcuts shortcutsOf(const QVariant& value) {
+    const auto argument = value.value<QDBusArgument>();
+    return argument.currentSignature() == QStringLiteral("a(sa{sv})") ? qdbus_cast<Shortcuts>(argument)
+                                                                      : Shortcuts();
+}
 
 } // namespace quillo::portal

@@ -6,6 +6,7 @@
 #include <QSocketNotifier>
 
 #include <optional>
+#include <tuple>
 #include <utility>
 
 namespace quillo {
@@ -14,10 +15,6 @@ namespace {
 
 using x11::KeyGrabs;
 using x11::Owned;
-
-struct Disconnect {
-    void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
-};
 
 class X11Registration final : public HotKeyService::Registration {
 public:
@@ -44,35 +41,38 @@ public:
 private:
     /// All of them or, when another program has one already, none.
     void grab(KeyGrabs wanted) {
-        std::vector<xcb_void_cookie_t> cookies;
-        for (const auto key : wanted.keys) {
-            for (const auto modifiers : wanted.modifiers) {
-                cookies.push_back(xcb_grab_key_checked(connection.get(), 0, root, modifiers, key,
-                                                       XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-            }
-        }
         grabs = std::move(wanted);
-        bool taken = false;
-        for (const auto cookie : cookies) {
-            taken |= Owned<xcb_generic_error_t>(xcb_request_check(connection.get(), cookie)) != nullptr;
-        }
-        if (taken) {
+        const bool granted = forEachGrab([this](xcb_keycode_t key, quint16 modifiers) {
+            return xcb_grab_key_checked(connection.get(), 0, root, modifiers, key, XCB_GRAB_MODE_ASYNC,
+                                        XCB_GRAB_MODE_ASYNC);
+        });
+        if (!granted) {
             ungrab();
         }
     }
 
     /// Returns only when the server has done it, so that the key is free for the next registration.
     void ungrab() {
+        std::ignore = forEachGrab([this](xcb_keycode_t key, quint16 modifiers) {
+            return xcb_ungrab_key_checked(connection.get(), key, root, modifiers);
+        });
+        grabs = {};
+    }
+
+    /// Sends a request for each, then waits for the server. Whether it carried all of them out.
+    template <typename Request>
+    [[nodiscard]] bool forEachGrab(const Request& request) const {
         std::vector<xcb_void_cookie_t> cookies;
         for (const auto key : grabs.keys) {
             for (const auto modifiers : grabs.modifiers) {
-                cookies.push_back(xcb_ungrab_key_checked(connection.get(), key, root, modifiers));
+                cookies.push_back(request(key, modifiers));
             }
         }
+        bool done = true;
         for (const auto cookie : cookies) {
-            const Owned<xcb_generic_error_t> error(xcb_request_check(connection.get(), cookie));
+            done &= Owned<xcb_generic_error_t>(xcb_request_check(connection.get(), cookie)) == nullptr;
         }
-        grabs = {};
+        return done;
     }
 
     void listen() {
@@ -127,7 +127,7 @@ private:
 
     HotKeyChord chord;
     std::function<void()> pressed;
-    std::unique_ptr<xcb_connection_t, Disconnect> connection;
+    Owned<xcb_connection_t> connection;
     xcb_window_t root = XCB_NONE;
     KeyGrabs grabs;
     std::optional<xcb_timestamp_t> lastRelease;

@@ -5,6 +5,7 @@
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace quillo::x11 {
 
@@ -93,16 +94,15 @@ std::vector<quint16> lockModifiers(xcb_connection_t* connection, const Mapping& 
 
 quint16 modifierMask(Qt::KeyboardModifiers modifiers) {
     quint16 mask = 0;
-    const auto add = [&](Qt::KeyboardModifier modifier, quint16 bit) {
+    for (const auto& [modifier, bit] : {std::pair{Qt::ShiftModifier, XCB_MOD_MASK_SHIFT},
+                                        {Qt::ControlModifier, XCB_MOD_MASK_CONTROL},
+                                        // Where every usual mapping has Alt and Super.
+                                        {Qt::AltModifier, XCB_MOD_MASK_1},
+                                        {Qt::MetaModifier, XCB_MOD_MASK_4}}) {
         if (modifiers.testFlag(modifier)) {
             mask = static_cast<quint16>(mask | bit);
         }
-    };
-    add(Qt::ShiftModifier, XCB_MOD_MASK_SHIFT);
-    add(Qt::ControlModifier, XCB_MOD_MASK_CONTROL);
-    // Where every usual mapping has Alt and Super.
-    add(Qt::AltModifier, XCB_MOD_MASK_1);
-    add(Qt::MetaModifier, XCB_MOD_MASK_4);
+    }
     return mask;
 }
 

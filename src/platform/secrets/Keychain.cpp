@@ -35,20 +35,6 @@ void releaseItems(GList* items) {
 }
 using ItemsHandle = std::unique_ptr<GList, Release<releaseItems>>;
 
-/// Receives a `GError**`; `error` is set once the call that it was given to has returned.
-class ErrorSlot {
-public:
-    explicit ErrorSlot(ErrorHandle& target) : error(target) {}
-    ErrorSlot(const ErrorSlot&) = delete;
-    ErrorSlot& operator=(const ErrorSlot&) = delete;
-    ~ErrorSlot() { error.reset(raw); }
-    operator GError**() { return &raw; } // NOLINT(google-explicit-constructor): stands in for an argument
-
-private:
-    ErrorHandle& error;
-    GError* raw = nullptr;
-};
-
 /// The name is the one that items get when no program gives them one, so that `secret-tool store` replaces
 /// our item instead of adding a second.
 const SecretSchema& schema() {
@@ -64,14 +50,8 @@ const SecretSchema& schema() {
 }
 
 AttributesHandle attributesOf(const QString& account) {
-    AttributesHandle attributes(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free));
-    const auto insert = [&](const char* name, QByteArrayView value) {
-        g_hash_table_insert(attributes.get(), const_cast<char*>(name),
-                            g_strndup(value.data(), static_cast<gsize>(value.size())));
-    };
-    insert("service", QByteArrayView(Keychain::service.data(), Keychain::service.size()));
-    insert("account", account.toUtf8());
-    return attributes;
+    return AttributesHandle(secret_attributes_build(&schema(), "service", Keychain::service.data(), "account",
+                                                    account.toUtf8().constData(), nullptr));
 }
 
 /// The session bus, or null. It is kept once it is there, and GLib is told not to end the process when the
@@ -81,8 +61,7 @@ GDBusConnection* sessionBus() {
     static GDBusConnection* kept = nullptr;
     const std::lock_guard lock(mutex);
     if (!kept) {
-        ErrorHandle error;
-        kept = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, ErrorSlot(error));
+        kept = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
         if (kept) {
             g_dbus_connection_set_exit_on_close(kept, FALSE);
         }
@@ -101,20 +80,32 @@ bool isTimeout(const GError* error) {
 /// for twice.
 template <typename Operation>
 ErrorHandle attempt(const Operation& operation) {
-    ErrorHandle error;
-    if (isSandboxed() && !openSecretPortal(schema(), attributesOf(u"any"_s).get(), ErrorSlot(error))) {
-        return error;
-    }
-    operation(ErrorSlot(error));
+    const auto run = [&operation] {
+        GError* error = nullptr;
+        if (!isSandboxed() || openSecretPortal(schema(), attributesOf(u"any"_s).get(), &error)) {
+            operation(&error);
+        }
+        return ErrorHandle(error);
+    };
+    auto error = run();
     if (error && !isTimeout(error.get())) {
         secret_service_disconnect();
-        operation(ErrorSlot(error));
+        error = run();
     }
     return error;
 }
 
 bool isLocked(gpointer item) {
     return SECRET_IS_ITEM(item) && secret_item_get_locked(SECRET_ITEM(item));
+}
+
+/// True when an item was there and went.
+bool clear(const AttributesHandle& attributes) {
+    bool cleared = false;
+    static_cast<void>(attempt([&](GError** problem) {
+        cleared = secret_password_clearv_sync(&schema(), attributes.get(), nullptr, problem);
+    }));
+    return cleared;
 }
 
 SecretReading decode(SecretValue* secret) {
@@ -161,9 +152,7 @@ SecretReading Keychain::read(const QString& account) {
     if (secret) {
         return decode(secret.get());
     }
-    const auto collection = defaultCollection();
-    const bool isOpen = collection == Collection::unlocked || collection == Collection::missing;
-    return isOpen ? SecretReading::absent() : SecretReading::unavailable();
+    return isUsable(defaultCollection()) ? SecretReading::absent() : SecretReading::unavailable();
 }
 
 bool Keychain::set(const QString& account, const QString& value) {
@@ -175,10 +164,7 @@ bool Keychain::set(const QString& account, const QString& value) {
     const SecretHandle secret(secret_value_new(bytes.constData(), bytes.size(), "text/plain"));
     bytes.fill('\0');
     bool stored = false;
-    // Nothing to delete is fine.
-    static_cast<void>(attempt([&](GError** problem) {
-        secret_password_clearv_sync(&schema(), attributes.get(), nullptr, problem);
-    }));
+    static_cast<void>(clear(attributes)); // nothing to delete is fine
     static_cast<void>(attempt([&](GError** problem) {
         stored = secret_password_storev_binary_sync(&schema(), attributes.get(), SECRET_COLLECTION_DEFAULT,
                                                     "Quillo", secret.get(), nullptr, problem);
@@ -187,16 +173,7 @@ bool Keychain::set(const QString& account, const QString& value) {
 }
 
 bool Keychain::delete_(const QString& account) {
-    const auto collection = defaultCollection();
-    if (collection == Collection::locked || collection == Collection::unreachable) {
-        return false;
-    }
-    const auto attributes = attributesOf(account);
-    bool deleted = false;
-    static_cast<void>(attempt([&](GError** problem) {
-        deleted = secret_password_clearv_sync(&schema(), attributes.get(), nullptr, problem);
-    }));
-    return deleted;
+    return isUsable(defaultCollection()) && clear(attributesOf(account));
 }
 
 Keychain::Collection Keychain::defaultCollection() {

@@ -38,6 +38,11 @@ public:
     [[nodiscard]] static SecretReading read(const QString& account);
 
     [[nodiscard]] static Collection defaultCollection();
+
+    /// Whether look-ups and deletions need no prompt.
+    [[nodiscard]] static constexpr bool isUsable(Collection collection) noexcept {
+        return collection == Collection::unlocked || collection == Collection::missing;
+    }
 };
 
 } // namespace quillo

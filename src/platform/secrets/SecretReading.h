@@ -12,11 +12,9 @@ namespace quillo {
 class SecretReading {
 public:
     [[nodiscard]] static SecretReading found(QString text) { return {true, std::move(text)}; }
+    /// The store has no such item, or none that is text.
     [[nodiscard]] static SecretReading absent() { return {true, std::nullopt}; }
     [[nodiscard]] static SecretReading unavailable() { return {false, std::nullopt}; }
-
-    /// The store answered that it has no such item, or none that is text.
-    [[nodiscard]] bool isAbsent() const noexcept { return known && !text; }
 
     /// The store is locked, does not answer or is not there.
     [[nodiscard]] bool isUnavailable() const noexcept { return !known; }

@@ -1,9 +1,9 @@
 #include "platform/secrets/SecretStore.h"
 
+#include "platform/desktop/DBusStructure.h"
 #include "platform/secrets/OpenCollection.h"
 #include "platform/secrets/SecretServiceInterface.h"
 
-#include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 
 #include <vector>
@@ -19,10 +19,6 @@ using Collection = Keychain::Collection;
 
 const auto busName = u"org.freedesktop.secrets"_s;
 
-bool isUsable(Collection collection) {
-    return collection == Collection::unlocked || collection == Collection::missing;
-}
-
 } // namespace
 
 SecretStore::SecretStore(const QDBusConnection& sessionBus)
@@ -30,7 +26,13 @@ SecretStore::SecretStore(const QDBusConnection& sessionBus)
                                                                      sessionBus)),
       serviceWatcher(std::make_unique<QDBusServiceWatcher>(busName, sessionBus,
                                                            QDBusServiceWatcher::WatchForRegistration)) {
-    watchService();
+    dbus::registerMetaTypes<>();
+    const auto hint = [this] { work.spawn(look()); };
+    QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionChanged, service.get(),
+                     hint);
+    QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionCreated, service.get(),
+                     hint);
+    QObject::connect(serviceWatcher.get(), &QDBusServiceWatcher::serviceRegistered, service.get(), hint);
 }
 
 SecretStore::~SecretStore() {
@@ -84,17 +86,12 @@ SecretStore::Outcome SecretStore::attempt(const Operation& operation) {
         return outcome;
     }
     outcome.collection = Keychain::defaultCollection();
-    switch (operation.kind) {
-    case Kind::set:
+    if (operation.kind == Kind::set) {
         outcome.done = Keychain::set(operation.account, operation.value);
-        break;
-    case Kind::delete_:
+    } else if (operation.kind == Kind::delete_) {
         outcome.done = Keychain::delete_(operation.account);
-        break;
-    case Kind::get:
-    case Kind::unlock:
-        outcome.done = isUsable(outcome.collection);
-        break;
+    } else {
+        outcome.done = Keychain::isUsable(outcome.collection);
     }
     return outcome;
 }
@@ -176,32 +173,20 @@ SecretReading SecretStore::foresee(const QString& account, std::size_t position)
     return SecretReading::unavailable();
 }
 
-void SecretStore::watchService() {
-    // Qt knows its own type by name only once somebody has asked for its number, and connects to no signal
-    // that carries a type whose name it does not know.
-    qRegisterMetaType<QDBusObjectPath>();
-    const auto hint = [this] { work.spawn(look()); };
-    QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionChanged, service.get(),
-                     hint);
-    QObject::connect(service.get(), &OrgFreedesktopSecretServiceInterface::CollectionCreated, service.get(),
-                     hint);
-    QObject::connect(serviceWatcher.get(), &QDBusServiceWatcher::serviceRegistered, service.get(), hint);
-}
-
 Task<> SecretStore::look() {
     if (!isUnusable) {
         co_return;
     }
     auto reading = worker.run(Keychain::defaultCollection);
     const auto collection = co_await reading;
-    if (isUsable(collection) && collectionOpened) {
+    if (Keychain::isUsable(collection) && collectionOpened) {
         collectionOpened->fulfil(true);
     }
     note(collection);
 }
 
 void SecretStore::note(Collection collection) {
-    const bool wasUnusable = std::exchange(isUnusable, !isUsable(collection));
+    const bool wasUnusable = std::exchange(isUnusable, !Keychain::isUsable(collection));
     if (wasUnusable && !isUnusable) {
         refused = false;
         becameAvailable.emit();

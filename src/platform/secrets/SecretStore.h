@@ -78,7 +78,6 @@ private:
     [[nodiscard]] Task<> openCollection(Promise<bool> opened);
     void answerLookUps();
     [[nodiscard]] SecretReading foresee(const QString& account, std::size_t position) const;
-    void watchService();
     [[nodiscard]] Task<> look();
     void note(Keychain::Collection collection);
 

@@ -14,6 +14,9 @@ using namespace Qt::Literals::StringLiterals;
 DBusMenu::DBusMenu(QObject* parent) : QObject(parent) {
     dbus::registerTypes();
     new DBusMenuAdaptor(this); // owned by this object; Qt finds it among the children
+    setProperty("Version", 3U);
+    setProperty("TextDirection", QGuiApplication::layoutDirection() == Qt::RightToLeft ? u"rtl"_s : u"ltr"_s);
+    setProperty("Status", u"normal"_s);
 }
 
 bool DBusMenu::exportOn(QDBusConnection connection) {
@@ -30,18 +33,8 @@ void DBusMenu::setMenu(Menu menu) {
     }
 }
 
-QString DBusMenu::textDirection() const {
-    return QGuiApplication::layoutDirection() == Qt::RightToLeft ? u"rtl"_s : u"ltr"_s;
-}
-
-QString DBusMenu::status() const {
-    return u"normal"_s;
-}
-
 void DBusMenu::refuse(int id) {
-    if (calledFromDBus()) {
-        sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1"_s.arg(id));
-    }
+    sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1"_s.arg(id));
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
@@ -62,10 +55,8 @@ quillo::dbus::MenuItems DBusMenu::GetGroupProperties(const QList<int>& ids,
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
     const auto value = tree.property(id, name);
     if (!value) {
-        if (calledFromDBus()) {
-            sendErrorReply(QDBusError::InvalidArgs,
-                           u"The menu has no item %1 with a property of that name"_s.arg(id));
-        }
+        sendErrorReply(QDBusError::InvalidArgs,
+                       u"The menu has no item %1 with a property of that name"_s.arg(id));
         return QDBusVariant(QString());
     }
     return QDBusVariant(*value);

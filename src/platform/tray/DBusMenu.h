@@ -9,15 +9,12 @@
 
 namespace quillo {
 
-/// The menu on the bus: `com.canonical.dbusmenu`, version 3. Members in upper camel case are the interface's
-/// own; com.canonical.dbusmenu.xml declares it. What the user does takes effect on a later turn of the event
-/// loop, so that the panel has its answer first.
+/// The menu on the bus: `com.canonical.dbusmenu`, version 3, as com.canonical.dbusmenu.xml declares it. The
+/// interface's properties are this object's dynamic ones. Members in upper camel case are the interface's
+/// own. What the user does takes effect on a later turn of the event loop, so that the panel has its answer
+/// first.
 class DBusMenu final : public QObject, protected QDBusContext {
     Q_OBJECT
-    Q_PROPERTY(uint Version READ version CONSTANT)
-    Q_PROPERTY(QString TextDirection READ textDirection CONSTANT)
-    Q_PROPERTY(QString Status READ status CONSTANT)
-    Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
 public:
     static constexpr QStringView path = u"/MenuBar";
 
@@ -31,11 +28,6 @@ public:
 
     /// Which messages count as the menu's opening.
     void setOpeningSign(OpeningSign sign) noexcept { openingSign = sign; }
-
-    [[nodiscard]] uint version() const noexcept { return 3; }
-    [[nodiscard]] QString textDirection() const;
-    [[nodiscard]] QString status() const;
-    [[nodiscard]] QStringList iconThemePath() const { return {}; }
 
     uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
                    quillo::dbus::MenuLayout& layout);

@@ -24,7 +24,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, QList<MenuLayout>
 }
 
 void registerTypes() {
-    registerStructures<Pixmap, ToolTip, MenuItem, RemovedProperty, MenuLayout, MenuEvent>();
+    registerMetaTypes<Pixmap, ToolTip, MenuItem, RemovedProperty, MenuLayout, MenuEvent>();
     qDBusRegisterMetaType<QList<int>>();
     qDBusRegisterMetaType<Shortcut>();
     // Qt's adaptors look the parameters of signals and slots up by the names that they are spelled with.

@@ -33,6 +33,7 @@ struct ToolTip {
 
     static constexpr std::tuple members{&ToolTip::iconName, &ToolTip::iconPixmaps, &ToolTip::title,
                                         &ToolTip::description};
+    [[nodiscard]] friend bool operator==(const ToolTip&, const ToolTip&) = default;
 };
 
 /// A menu item with some of its properties, (ia{sv}).

@@ -1,7 +1,6 @@
 #include "platform/tray/DockedWindow.h"
 
 #include <QCursor>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 
@@ -16,11 +15,10 @@ namespace {
 constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait before a tool tip
 } // namespace
 
-DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
-    : background(kind), clearToParent(std::move(clear)) {
+DockedWindow::DockedWindow(std::function<void()> clear) : clearToParent(std::move(clear)) {
     setTitle(u"Quillo"_s);
     setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
-    if (background == Background::transparent) {
+    if (!clearToParent) {
         constexpr int bits = 8;
         auto wanted = format();
         wanted.setAlphaBufferSize(bits);
@@ -31,7 +29,7 @@ DockedWindow::DockedWindow(Background kind, std::function<void()> clear)
     connect(&rest, &QTimer::timeout, this, [this] { Q_EMIT pointerRested(QCursor::pos()); });
 }
 
-void DockedWindow::setFace(const PaintedFace& nextFace, const PaintStyle& nextStyle) {
+void DockedWindow::setFace(const ItemFace& nextFace, const PaintStyle& nextStyle) {
     if (nextFace == face && nextStyle == style) {
         return;
     }
@@ -61,9 +59,9 @@ bool DockedWindow::event(QEvent* event) {
     return QRasterWindow::event(event);
 }
 
-void DockedWindow::mousePressEvent(QMouseEvent* event) {
+void DockedWindow::mousePressEvent(QMouseEvent*) {
     rest.stop();
-    Q_EMIT pressed(event->globalPosition().toPoint());
+    Q_EMIT pressed();
 }
 
 void DockedWindow::resizeEvent(QResizeEvent* event) {
@@ -88,7 +86,7 @@ void DockedWindow::paintEvent(QPaintEvent*) {
 
 void DockedWindow::paintBackground(QPainter& painter) {
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    if (background == Background::transparent) {
+    if (!clearToParent) {
         painter.fillRect(QRect({0, 0}, size()), Qt::transparent);
     } else {
         if (behind.isNull()) {

@@ -15,21 +15,17 @@ namespace quillo {
 class DockedWindow final : public QRasterWindow {
     Q_OBJECT
 public:
-    enum class Background {
-        transparent, ///< by an alpha channel
-        copied,      ///< `clearToParent` fills the window with what is behind it, of which a picture is taken
-    };
-
-    DockedWindow(Background background, std::function<void()> clearToParent);
+    /// `clearToParent` fills the window with what is behind it, of which a picture is taken; without it the
+    /// window is transparent, by an alpha channel.
+    explicit DockedWindow(std::function<void()> clearToParent);
 
     /// Shows it and asks for the room that it takes.
-    void setFace(const PaintedFace& face, const PaintStyle& style);
+    void setFace(const ItemFace& face, const PaintStyle& style);
 
 Q_SIGNALS:
-    /// In the screen's coordinates; the window's own position means nothing within a tray.
-    void pressed(const QPoint& position);
+    void pressed();
 
-    /// The pointer has rested on the window for a while.
+    /// The pointer has rested on the window for a while, at that place of the screen.
     void pointerRested(const QPoint& position);
 
 protected:
@@ -41,10 +37,9 @@ protected:
 private:
     void paintBackground(QPainter& painter);
 
-    Background background;
     std::function<void()> clearToParent;
     QPixmap behind;
-    PaintedFace face;
+    ItemFace face;
     PaintStyle style;
     QTimer rest;
 };

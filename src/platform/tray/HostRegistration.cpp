@@ -115,9 +115,6 @@ Task<> HostRegistration::ask() {
     UntilAnswered answered(reply);
     co_await answered;
     state = reply.isError() ? State::refused : State::registered;
-    if (state == State::registered) {
-        Q_EMIT registered();
-    }
 }
 
 } // namespace quillo

@@ -43,7 +43,6 @@ Q_SIGNALS:
 
     /// There is no owner, at the start or any more.
     void watcherLost();
-    void registered();
 
 private:
     enum class State { unknown, noWatcher, unidentified, found, asking, refused, registered };

@@ -2,6 +2,7 @@
 
 #include <QStringTokenizer>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -11,13 +12,8 @@ namespace {
 
 struct Row {
     QStringView executable;
-    HostTraits onX11;
-    HostTraits elsewhere;
+    HostTraits traits;
 };
-
-constexpr Row same(QStringView executable, HostTraits traits) {
-    return {executable, traits, traits};
-}
 
 using enum TextWay;
 using enum OnActivate;
@@ -26,17 +22,17 @@ using enum PanelLook;
 
 // Seen on the panels themselves; what the columns mean stands at the enumerations.
 constexpr std::array rows{
-    same(u"gnome-shell", {label, requestMenu, openedEvent}),
-    same(u"notification-area-applet", {label, requestMenu, any}),
-    same(u"ayatana-indicator-application-service", {label, requestMenu, any}),
-    same(u"waybar", {wideIcon, requestMenu, any, dark}),
-    same(u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark}),
-    same(u"taffybar", {wideIcon, requestMenu, any, dark}),
-    Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}, {square, requestMenu, any}},
-    same(u"kded5", {square, refuse, any}),
-    same(u"kded6", {square, refuse, any}),
-    same(u"plasmashell", {square, refuse, any}),
-    same(u"lxqt-panel", {square, requestMenu, any}),
+    Row{u"gnome-shell", {label, requestMenu, openedEvent}},
+    Row{u"notification-area-applet", {label, requestMenu, any}},
+    Row{u"ayatana-indicator-application-service", {label, requestMenu, any}},
+    Row{u"waybar", {wideIcon, requestMenu, any, dark}},
+    Row{u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark}},
+    Row{u"taffybar", {wideIcon, requestMenu, any, dark}},
+    Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}},
+    Row{u"kded5", {square, refuse, any}},
+    Row{u"kded6", {square, refuse, any}},
+    Row{u"plasmashell", {square, refuse, any}},
+    Row{u"lxqt-panel", {square, requestMenu, any}},
 };
 
 constexpr std::array usualHosts{
@@ -51,12 +47,12 @@ constexpr std::array usualHosts{
 } // namespace
 
 HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept {
-    for (const auto& row : rows) {
-        if (row.executable == executable) {
-            return windowSystem == WindowSystem::x11 ? row.onX11 : row.elsewhere;
-        }
+    const auto* const row = std::ranges::find(rows, executable, &Row::executable);
+    auto traits = row == rows.end() ? HostTraits{} : row->traits;
+    if (traits.textWay == dockedWindow && windowSystem != WindowSystem::x11) {
+        traits.textWay = square; // there is no tray for windows
     }
-    return {};
+    return traits;
 }
 
 QStringView usualHost(QStringView desktopNames) noexcept {

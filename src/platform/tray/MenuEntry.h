@@ -52,13 +52,6 @@ struct MenuEntry {
     std::function<void()> action = {};
 
     std::vector<MenuEntry> children = {};
-
-    /// Whether both show the same. Actions are not compared.
-    [[nodiscard]] friend bool operator==(const MenuEntry& left, const MenuEntry& right) {
-        return left.kind == right.kind && left.key == right.key && left.text == right.text &&
-               left.style == right.style && left.size == right.size && left.check == right.check &&
-               left.shortcut == right.shortcut && left.help == right.help && left.children == right.children;
-    }
 };
 
 using Menu = std::vector<MenuEntry>;

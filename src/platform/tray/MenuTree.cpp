@@ -3,6 +3,7 @@
 #include "core/PlainText.h"
 
 #include <algorithm>
+#include <array>
 
 namespace quillo {
 
@@ -10,23 +11,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+const std::array modifierNames{std::pair(Qt::ControlModifier, u"Control"_s),
+                               std::pair(Qt::AltModifier, u"Alt"_s), std::pair(Qt::ShiftModifier, u"Shift"_s),
+                               std::pair(Qt::MetaModifier, u"Super"_s)};
+
 dbus::Shortcut chords(const QKeySequence& sequence) {
     dbus::Shortcut all;
     for (int index = 0; index < sequence.count(); ++index) {
         const auto combination = sequence[static_cast<uint>(index)];
-        const auto modifiers = combination.keyboardModifiers();
         QStringList keys;
-        if (modifiers & Qt::ControlModifier) {
-            keys += u"Control"_s;
-        }
-        if (modifiers & Qt::AltModifier) {
-            keys += u"Alt"_s;
-        }
-        if (modifiers & Qt::ShiftModifier) {
-            keys += u"Shift"_s;
-        }
-        if (modifiers & Qt::MetaModifier) {
-            keys += u"Super"_s;
+        for (const auto& [modifier, name] : modifierNames) {
+            if (combination.keyboardModifiers().testFlag(modifier)) {
+                keys += name;
+            }
         }
         keys += QKeySequence(combination.key()).toString(QKeySequence::PortableText);
         all += keys;
@@ -157,22 +154,16 @@ std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
     auto node = std::make_unique<Node>();
     node->id = ++lastId;
     nodes.insert(node->id, node.get());
-    auto children = std::exchange(entry.children, {});
-    node->properties = shownProperties(entry);
-    node->entry = std::move(entry);
-    for (auto& child : children) {
-        node->children.push_back(create(std::move(child)));
-    }
+    Change told; // by the change of the layout that the entry is part of
+    update(*node, std::move(entry), told);
     return node;
 }
 
 void MenuTree::update(Node& node, MenuEntry entry, Change& change) {
     auto children = std::exchange(entry.children, {});
-    if (!(node.entry == entry)) {
-        auto properties = shownProperties(entry);
-        compare(node.id, node.properties, properties, change);
-        node.properties = std::move(properties);
-    }
+    auto properties = shownProperties(entry);
+    compare(node.id, node.properties, properties, change);
+    node.properties = std::move(properties);
     node.entry = std::move(entry);
     replaceChildren(node, std::move(children), change);
 }

@@ -102,16 +102,16 @@ QFont squareFont(const QString& text, const QFont& wanted, qreal side) {
     return best;
 }
 
-QImage canvas(const QSize& size, qreal ratio) {
+/// What `paint` makes of a transparent picture of that size in logical pixels.
+/// https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/Icons/: ARGB32 in network byte order.
+dbus::Pixmap picture(const QSize& size, qreal ratio, auto paint) {
     QImage image(size * ratio, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(ratio);
     image.fill(Qt::transparent);
-    return image;
-}
-
-/// https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/Icons/: ARGB32 in network byte order.
-dbus::Pixmap pixmapOf(const QImage& painted) {
-    const auto image = painted.convertToFormat(QImage::Format_ARGB32);
+    QPainter painter(&image);
+    paint(painter, QRectF({0, 0}, size));
+    painter.end();
+    image.convertTo(QImage::Format_ARGB32);
     QByteArray bytes(image.sizeInBytes(), Qt::Uninitialized);
     qToBigEndian<quint32>(image.constBits(), image.width() * static_cast<qsizetype>(image.height()),
                           bytes.data());
@@ -120,12 +120,12 @@ dbus::Pixmap pixmapOf(const QImage& painted) {
 
 } // namespace
 
-QSize wideSize(const PaintedFace& face, const QFont& font) {
+QSize wideSize(const ItemFace& face, const QFont& font) {
     const auto used = rowFont(font);
     return {static_cast<int>(std::ceil(rowWidth(shownText(face.text, used), used))), paintedHeight};
 }
 
-void paintWide(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style) {
+void paintWide(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style) {
     const auto font = rowFont(style.font);
     const auto text = shownText(face.text, font);
     const qreal left = area.left() + std::max(0.0, (area.width() - std::ceil(rowWidth(text, font))) / 2);
@@ -137,7 +137,7 @@ void paintWide(QPainter& painter, const QRectF& area, const PaintedFace& face, c
     painter.drawText(QPointF(snapped(left, painter) + symbolSize + gap, snapped(baseline, painter)), text);
 }
 
-void paintSquare(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style) {
+void paintSquare(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style) {
     const qreal side = std::min(area.width(), area.height());
     if (face.shortText.isEmpty()) {
         // Symbols are drawn for 16 pixels; a larger square leaves a margin, as other programs' icons do.
@@ -153,27 +153,22 @@ void paintSquare(QPainter& painter, const QRectF& area, const PaintedFace& face,
     painter.drawText(QPointF(origin.x(), snapped(origin.y(), painter)), face.shortText);
 }
 
-dbus::Pixmaps wideIcons(const PaintedFace& face, const PaintStyle& style) {
-    const auto size = wideSize(face, style.font);
+dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style) {
     dbus::Pixmaps pixmaps;
     for (const int scale : scales) {
-        auto image = canvas(size, scale);
-        QPainter painter(&image);
-        paintWide(painter, QRectF({0, 0}, size), face, style);
-        painter.end();
-        pixmaps.append(pixmapOf(image));
+        pixmaps += picture(wideSize(face, style.font), scale, [&](QPainter& painter, const QRectF& area) {
+            paintWide(painter, area, face, style);
+        });
     }
     return pixmaps;
 }
 
-dbus::Pixmaps squareIcons(const PaintedFace& face, const PaintStyle& style) {
+dbus::Pixmaps squareIcons(const ItemFace& face, const PaintStyle& style) {
     dbus::Pixmaps pixmaps;
     for (const int pixels : squareSizes) {
-        auto image = canvas({pixels, pixels}, 1);
-        QPainter painter(&image);
-        paintSquare(painter, image.rect(), face, style);
-        painter.end();
-        pixmaps.append(pixmapOf(image));
+        pixmaps += picture({pixels, pixels}, 1, [&](QPainter& painter, const QRectF& area) {
+            paintSquare(painter, area, face, style);
+        });
     }
     return pixmaps;
 }

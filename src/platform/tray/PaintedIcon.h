@@ -16,16 +16,16 @@ class QPainter;
 /// A picture of scale 1 is `paintedHeight` pixels high, as panels' icons are; the panel makes it fit.
 namespace quillo {
 
-/// What is painted.
-struct PaintedFace {
+/// What the item shows.
+struct ItemFace {
     /// A symbol by name, such as "exclamationmark.circle".
     QString symbol = {};
-    /// One line; cut with "…" where it would be wider than any panel has room for.
+    /// Painted, it is cut with "…" where it would be wider than any panel has room for.
     QString text = {};
     /// What stands alone in a square; the symbol does when it is empty.
     QString shortText = {};
 
-    [[nodiscard]] friend bool operator==(const PaintedFace&, const PaintedFace&) = default;
+    [[nodiscard]] friend bool operator==(const ItemFace&, const ItemFace&) = default;
 };
 
 struct PaintStyle {
@@ -38,18 +38,18 @@ struct PaintStyle {
 inline constexpr int paintedHeight = 22;
 
 /// The room that symbol and text take in one row, in logical pixels.
-[[nodiscard]] QSize wideSize(const PaintedFace& face, const QFont& font);
+[[nodiscard]] QSize wideSize(const ItemFace& face, const QFont& font);
 
 /// Paints the symbol and, right of it, the text as one row in the middle of `area` (logical pixels).
-void paintWide(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style);
+void paintWide(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style);
 
 /// Paints the short text as large as it fits into the square `area`, or the symbol.
-void paintSquare(QPainter& painter, const QRectF& area, const PaintedFace& face, const PaintStyle& style);
+void paintSquare(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style);
 
 /// Symbol and text in one row at one, two and three times `paintedHeight`.
-[[nodiscard]] dbus::Pixmaps wideIcons(const PaintedFace& face, const PaintStyle& style);
+[[nodiscard]] dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style);
 
 /// The square in every size that panels use.
-[[nodiscard]] dbus::Pixmaps squareIcons(const PaintedFace& face, const PaintStyle& style);
+[[nodiscard]] dbus::Pixmaps squareIcons(const ItemFace& face, const PaintStyle& style);
 
 } // namespace quillo

@@ -25,11 +25,6 @@ const QString colourSchemeKey = u"color-scheme"_s;
 constexpr QColor darkInk(0x2e, 0x34, 0x36);
 constexpr QColor lightInk(0xf2, 0xf2, 0xf2);
 
-bool isDark(const QColor& background) {
-    constexpr int middle = 128;
-    return background.lightness() < middle;
-}
-
 } // namespace
 
 PanelStyle::PanelStyle(const QDBusConnection& connection, PanelLook panelLook)
@@ -41,7 +36,8 @@ PanelStyle::PanelStyle(const QDBusConnection& connection, PanelLook panelLook)
 }
 
 PaintStyle PanelStyle::style() const {
-    bool dark = look == PanelLook::dark || isDark(QGuiApplication::palette().color(QPalette::Window));
+    bool dark =
+        look == PanelLook::dark || QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
     if (preference != Preference::none) {
         dark = preference == Preference::dark;
     }

@@ -5,7 +5,6 @@
 #include "platform/tray/DBusMenu.h"
 #include "platform/tray/DockedItem.h"
 #include "platform/tray/HostRegistration.h"
-#include "platform/tray/PaintedIcon.h"
 #include "platform/tray/PanelStyle.h"
 #include "platform/tray/StatusNotifierItem.h"
 
@@ -26,6 +25,8 @@ WindowSystem currentWindowSystem() {
 // A panel's tray for windows starts with its watcher, or a moment later.
 constexpr std::chrono::seconds longestTrayWait{3};
 
+/// The widest text to be expected in place of `text`; panels reserve its width, so that their other items do
+/// not move with every change.
 QString withWidestDigits(QString text) {
     for (auto& character : text) {
         if (character.isDigit()) {
@@ -51,7 +52,6 @@ StatusItem::StatusItem(const QDBusConnection& bus, QObject* parent)
     connect(registration.get(), &HostRegistration::watcherFound, this,
             [this](const QString& executable) { serve(hostTraits(executable, currentWindowSystem())); });
     connect(registration.get(), &HostRegistration::watcherLost, this, &StatusItem::serveNobody);
-    connect(registration.get(), &HostRegistration::registered, this, &StatusItem::panelChanged);
     trayWait.setSingleShot(true);
     trayWait.setInterval(longestTrayWait);
     connect(&trayWait, &QTimer::timeout, this, &StatusItem::registerAsSquare);
@@ -59,9 +59,9 @@ StatusItem::StatusItem(const QDBusConnection& bus, QObject* parent)
 
 StatusItem::~StatusItem() = default;
 
-void StatusItem::setContent(const StatusItemContent& next) {
-    if (next != content) {
-        content = next;
+void StatusItem::setFace(const ItemFace& next) {
+    if (next != face) {
+        face = next;
         render();
     }
 }
@@ -91,19 +91,13 @@ void StatusItem::serve(const HostTraits& traits) {
     } else {
         registration->registerItem();
     }
-    Q_EMIT panelChanged();
 }
 
 void StatusItem::serveNobody() {
-    const auto before = way;
-    const bool served = host.has_value();
     host.reset();
     setWay(textWayWithoutWatcher(currentWindowSystem()), PanelLook::ofDesktop);
     if (way == TextWay::dockedWindow) {
         takePlaceInTray();
-    }
-    if (served || way != before) {
-        Q_EMIT panelChanged();
     }
 }
 
@@ -128,7 +122,7 @@ void StatusItem::takePlaceInTray() {
     connect(docked.get(), &DockedItem::stateChanged, this, &StatusItem::onDockingChanged);
     connect(docked.get(), &DockedItem::pressed, this, &StatusItem::menuRequested);
     connect(docked.get(), &DockedItem::pointerRested, this,
-            [this](const QPoint& position) { Q_EMIT toolTipRequested(position, toolTipLine(content.text)); });
+            [this](const QPoint& position) { Q_EMIT toolTipRequested(position, toolTipLine(face.text)); });
 }
 
 void StatusItem::onDockingChanged() {
@@ -138,7 +132,7 @@ void StatusItem::onDockingChanged() {
         paint = std::make_unique<PanelStyle>(connection, PanelLook::ofDesktop);
         connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
         render();
-        return;
+        break;
     case DockedItem::State::docked:
         break;
     case DockedItem::State::noTray:
@@ -154,39 +148,36 @@ void StatusItem::onDockingChanged() {
         }
         break;
     }
-    Q_EMIT panelChanged();
 }
 
 /// What such a panel shows of an item when it has no place for a window.
 void StatusItem::registerAsSquare() {
     setWay(TextWay::square, host->look);
     registration->registerItem();
-    Q_EMIT panelChanged();
 }
 
 void StatusItem::render() {
-    const auto text = plainLine(content.text);
-    const PaintedFace face{content.symbol, text, plainLine(content.shortText)};
+    const ItemFace shown{face.symbol, plainLine(face.text), plainLine(face.shortText)};
     StatusNotifierItem::Appearance appearance;
-    appearance.toolTip = toolTipLine(content.text);
+    appearance.toolTip = toolTipLine(face.text);
     appearance.title = u"Quillo"_s;
     switch (way) {
     case TextWay::square:
-        appearance.title = text;
-        appearance.iconPixmaps = squareIcons(face, paint->style());
+        appearance.title = shown.text;
+        appearance.iconPixmaps = squareIcons(shown, paint->style());
         break;
     case TextWay::wideIcon:
-        appearance.iconPixmaps = wideIcons(face, paint->style());
+        appearance.iconPixmaps = wideIcons(shown, paint->style());
         break;
     case TextWay::dockedWindow:
         if (docked && paint) {
-            docked->setFace(face, paint->style());
+            docked->setFace(shown, paint->style());
         }
         [[fallthrough]]; // the item is on no panel
     case TextWay::label:
-        appearance.iconName = symbolIconName(content.symbol);
-        appearance.label = text;
-        appearance.labelGuide = content.guide.isEmpty() ? withWidestDigits(text) : plainLine(content.guide);
+        appearance.iconName = symbolIconName(face.symbol);
+        appearance.label = shown.text;
+        appearance.labelGuide = withWidestDigits(shown.text);
         break;
     }
     item->setAppearance(std::move(appearance));

@@ -2,11 +2,11 @@
 
 #include "platform/tray/HostTable.h"
 #include "platform/tray/MenuEntry.h"
+#include "platform/tray/PaintedIcon.h"
 
 #include <QDBusConnection>
 #include <QObject>
 #include <QPoint>
-#include <QString>
 #include <QTimer>
 
 #include <memory>
@@ -19,21 +19,6 @@ class DockedItem;
 class HostRegistration;
 class PanelStyle;
 class StatusNotifierItem;
-
-/// What the item shows on the panel.
-struct StatusItemContent {
-    /// A symbol by name, such as "exclamationmark.circle"; see `symbolIconName`.
-    QString symbol = {};
-    QString text = {};
-    /// The widest text to be expected in place of `text`; panels reserve its width, so that their other items
-    /// do not move with every change. Empty: `text` with its digits at their widest.
-    QString guide = {};
-    /// What is shown in place of the symbol where there is room for neither it nor the text, but for a few
-    /// characters. Empty: the symbol.
-    QString shortText = {};
-
-    [[nodiscard]] friend bool operator==(const StatusItemContent&, const StatusItemContent&) = default;
-};
 
 /// The program's item on the panel, with symbol, text and menu: `org.kde.StatusNotifierItem` at
 /// `/StatusNotifierItem` and `com.canonical.dbusmenu` at `/MenuBar` of the given connection. On X11, where
@@ -49,13 +34,13 @@ public:
     explicit StatusItem(const QDBusConnection& connection, QObject* parent = nullptr);
     ~StatusItem() override;
 
-    void setContent(const StatusItemContent& content);
+    void setFace(const ItemFace& next);
 
     /// Replaces the menu. Actions are replaced also where what is shown stays the same.
     void setMenu(Menu menu);
 
-    /// Puts the item on the panel and on every panel to come, until it is destroyed. Content and menu should
-    /// be set before.
+    /// Puts the item on the panel and on every panel to come, until it is destroyed. Face and menu should be
+    /// set before.
     void show();
 
     /// Whether a panel has taken the item.
@@ -71,16 +56,13 @@ Q_SIGNALS:
     /// The panel hands over the right to raise a window for the click that follows (xdg-activation).
     void activationTokenReceived(const QString& token);
 
-    /// The user clicked on a panel that leaves showing the menu to the program. `position` is what the panel
-    /// says; some say nonsense, so that the pointer is the better place.
-    void menuRequested(const QPoint& position);
+    /// The user clicked on a panel that leaves showing the menu to the program. It belongs at the pointer:
+    /// some panels say nonsense of the place.
+    void menuRequested();
 
     /// The pointer rests at that place of the screen, where the program itself has to show a tool tip. `text`
     /// is the same as rich text and as plain text.
     void toolTipRequested(const QPoint& position, const QString& text);
-
-    /// `isOnPanel` or `textWay` changed.
-    void panelChanged();
 
 private:
     void serve(const HostTraits& traits);
@@ -98,7 +80,7 @@ private:
     std::unique_ptr<PanelStyle> paint;  ///< only while something is painted
     std::unique_ptr<DockedItem> docked; ///< only while a tray for windows is to be used
     QTimer trayWait;
-    StatusItemContent content;
+    ItemFace face;
     TextWay way;
     std::optional<HostTraits> host; ///< of the watcher's present owner
 };

@@ -6,100 +6,84 @@
 
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusObjectPath>
 
 namespace quillo {
 
 using namespace Qt::Literals::StringLiterals;
 
-StatusNotifierItem::StatusNotifierItem(QString iconThemePath, QObject* parent)
-    : QObject(parent), themePath(std::move(iconThemePath)), bus(QString()) {
+StatusNotifierItem::StatusNotifierItem(const QString& iconThemePath, QObject* parent) : QObject(parent) {
     dbus::registerTypes();
     new StatusNotifierItemAdaptor(this); // owned by this object; Qt finds it among the children
+    setProperty("Category", u"ApplicationStatus"_s);
+    setProperty("Id", u"quillo"_s);
+    setProperty("Status", u"Active"_s);
+    setProperty("IconThemePath", iconThemePath);
+    setProperty("ItemIsMenu", true);
+    setProperty("Menu", QVariant::fromValue(QDBusObjectPath(DBusMenu::path.toString())));
+    setAppearance({});
 }
 
 bool StatusNotifierItem::exportOn(const QDBusConnection& connection) {
     bus = connection;
-    exported = bus.registerObject(path.toString(), this, QDBusConnection::ExportAdaptors);
-    return exported;
+    return bus.registerObject(path.toString(), this, QDBusConnection::ExportAdaptors);
 }
 
-void StatusNotifierItem::setAppearance(Appearance next) {
-    const auto before = std::exchange(appearance, std::move(next));
-    if (!exported || appearance == before) {
+void StatusNotifierItem::setAppearance(const Appearance& next) {
+    const dbus::ToolTip toolTip{.title = next.toolTip};
+    const std::pair<const char*, QVariant> values[] = {
+        {"Title", next.title},
+        {"IconName", next.iconName},
+        {"IconPixmap", QVariant::fromValue(next.iconPixmaps)},
+        {"ToolTip", QVariant::fromValue(toolTip)},
+        {"XAyatanaLabel", next.label},
+        {"XAyatanaLabelGuide", next.labelGuide},
+    };
+    QVariantMap changed;
+    for (const auto& [name, value] : values) {
+        if (property(name) != value) {
+            setProperty(name, value);
+            changed[QLatin1StringView(name)] = value;
+        }
+    }
+    if (changed.isEmpty()) {
         return;
     }
-    QVariantMap changed;
     QStringList invalidated;
-    if (appearance.iconName != before.iconName) {
-        changed[u"IconName"_s] = appearance.iconName;
-    }
-    if (appearance.iconPixmaps != before.iconPixmaps) {
+    if (changed.remove(u"IconPixmap"_s) > 0) {
         // Some hundred kilobytes, which a panel that shows them asks for.
         invalidated.append(u"IconPixmap"_s);
     }
-    if (!changed.isEmpty() || !invalidated.isEmpty()) {
+    if (changed.contains(u"IconName"_s) || !invalidated.isEmpty()) {
         Q_EMIT NewIcon();
     }
-    if (appearance.title != before.title) {
-        changed[u"Title"_s] = appearance.title;
+    if (changed.contains(u"Title"_s)) {
         Q_EMIT NewTitle();
     }
-    if (appearance.toolTip != before.toolTip) {
-        changed[u"ToolTip"_s] = QVariant::fromValue(toolTip());
+    if (changed.contains(u"ToolTip"_s)) {
         Q_EMIT NewToolTip();
     }
-    if (appearance.label != before.label) {
-        changed[u"XAyatanaLabel"_s] = appearance.label;
+    if (changed.contains(u"XAyatanaLabel"_s) || changed.contains(u"XAyatanaLabelGuide"_s)) {
+        Q_EMIT XAyatanaNewLabel(next.label, next.labelGuide);
     }
-    if (appearance.labelGuide != before.labelGuide) {
-        changed[u"XAyatanaLabelGuide"_s] = appearance.labelGuide;
-    }
-    if (appearance.label != before.label || appearance.labelGuide != before.labelGuide) {
-        Q_EMIT XAyatanaNewLabel(appearance.label, appearance.labelGuide);
-    }
-    announceProperties(changed, invalidated);
-}
-
-// Panels listen to the interface's own signals or to this one, so both are sent.
-void StatusNotifierItem::announceProperties(const QVariantMap& changed, const QStringList& invalidated) {
+    // Panels listen to the interface's own signals or to this one, so both are sent.
     auto message = QDBusMessage::createSignal(path.toString(), u"org.freedesktop.DBus.Properties"_s,
                                               u"PropertiesChanged"_s);
     message << u"org.kde.StatusNotifierItem"_s << changed << invalidated;
     bus.send(message);
 }
 
-QString StatusNotifierItem::category() const {
-    return u"ApplicationStatus"_s;
-}
-
-QString StatusNotifierItem::id() const {
-    return u"quillo"_s;
-}
-
-QString StatusNotifierItem::status() const {
-    return u"Active"_s;
-}
-
-QDBusObjectPath StatusNotifierItem::menu() const {
-    return QDBusObjectPath(DBusMenu::path.toString());
-}
-
 void StatusNotifierItem::Activate(int x, int y) {
-    if (onActivate == OnActivate::refuse && calledFromDBus()) {
+    if (onActivate == OnActivate::refuse) {
         sendErrorReply(QDBusError::UnknownMethod, u"The item is a menu"_s);
         return;
     }
     ContextMenu(x, y);
 }
 
-void StatusNotifierItem::ContextMenu(int x, int y) {
+void StatusNotifierItem::ContextMenu(int, int) {
     // On a later turn, so that the panel has its answer, and lets go of the pointer, before a menu opens.
-    QMetaObject::invokeMethod(
-        this,
-        [this, x, y] {
-            Q_EMIT menuRequested({x, y});
-        },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &StatusNotifierItem::menuRequested, Qt::QueuedConnection);
 }
 
 void StatusNotifierItem::ProvideXdgActivationToken(const QString& token) {

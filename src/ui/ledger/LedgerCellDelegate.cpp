@@ -1,7 +1,7 @@
 #include "ui/ledger/LedgerCellDelegate.h"
 
 #include "ui/Colours.h"
-#include "ui/Fonts.h"
+#include "ui/Controls.h"
 #include "ui/ledger/LedgerTableModel.h"
 
 #include <QApplication>
@@ -11,11 +11,8 @@
 
 namespace quillo {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
 
-using Badge = LedgerTableModel::Badge;
 using Tone = LedgerTableModel::Tone;
 
 constexpr int badgePaddingX = 5;
@@ -32,12 +29,8 @@ QFont badgeFont(QFont font) {
     return font;
 }
 
-QString badgeText(Badge badge) {
-    return badge == Badge::notPosted ? u"NOT POSTED"_s : u"PENDING"_s;
-}
-
-Badge badgeOf(const QModelIndex& index) {
-    return static_cast<Badge>(index.data(LedgerTableModel::badgeRole).toInt());
+Tone toneOf(const QModelIndex& index) {
+    return static_cast<Tone>(index.data(LedgerTableModel::toneRole).toInt());
 }
 
 void paintBadge(QPainter& painter, const QRect& area, const QString& text, const QColor& colour) {
@@ -61,23 +54,15 @@ void LedgerCellDelegate::initStyleOption(QStyleOptionViewItem* option, const QMo
     }
     useFixedWidthDigits(option->font);
     const auto colours = Colours::on(option->palette);
-    switch (static_cast<Tone>(index.data(LedgerTableModel::toneRole).toInt())) {
-    case Tone::charge:
-    case Tone::alert:
-        option->palette.setColor(QPalette::Text, colours.red);
-        break;
-    case Tone::credit:
-        option->palette.setColor(QPalette::Text, colours.green);
-        break;
-    case Tone::normal:
-        break;
+    if (const auto tone = toneOf(index); tone != Tone::normal) {
+        option->palette.setColor(QPalette::Text, tone == Tone::red ? colours.red : colours.green);
     }
 }
 
 void LedgerCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                const QModelIndex& index) const {
-    const auto badge = badgeOf(index);
-    if (badge == Badge::none) {
+    const auto badge = index.data(LedgerTableModel::badgeRole).toString();
+    if (badge.isEmpty()) {
         QStyledItemDelegate::paint(painter, option, index);
         return;
     }
@@ -87,9 +72,8 @@ void LedgerCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     const auto* style = widget ? widget->style() : QApplication::style();
 
     const auto font = badgeFont(cell.font);
-    const auto text = badgeText(badge);
     const QFontMetrics metrics(font);
-    const QSize size(metrics.horizontalAdvance(text) + 2 * badgePaddingX,
+    const QSize size(metrics.horizontalAdvance(badge) + 2 * badgePaddingX,
                      metrics.height() + 2 * badgePaddingY);
 
     // The description gives way, so that the badge is always there.
@@ -107,12 +91,12 @@ void LedgerCellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     const QRect area(QPoint(left, top), size);
     const auto colours = Colours::on(option.palette);
     const bool isSelected = (option.state & QStyle::State_Selected) != 0;
-    const auto colour = isSelected                  ? option.palette.color(QPalette::HighlightedText)
-                        : badge == Badge::notPosted ? colours.red
-                                                    : colours.orange;
+    const auto colour = isSelected                   ? option.palette.color(QPalette::HighlightedText)
+                        : toneOf(index) == Tone::red ? colours.red
+                                                     : colours.orange;
     painter->save();
     painter->setFont(font);
-    paintBadge(*painter, area, text, colour);
+    paintBadge(*painter, area, badge, colour);
     painter->restore();
 }
 

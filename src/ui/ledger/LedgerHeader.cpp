@@ -1,19 +1,22 @@
 #include "ui/ledger/LedgerHeader.h"
 
+#include "core/PlainText.h"
 #include "platform/symbols/Symbols.h"
 #include "ui/Colours.h"
 #include "ui/Controls.h"
-#include "ui/Fonts.h"
 #include "ui/Spinner.h"
-#include "ui/ledger/LedgerBanner.h"
 
 #include <QEvent>
+#include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 namespace quillo {
@@ -25,9 +28,22 @@ namespace {
 constexpr double largeFigure = 36;
 constexpr double mediumFigure = 24;
 constexpr double leastFigureScale = 0.4;
+constexpr int margin = 12;
 constexpr int figureSpacing = 10;
 constexpr int spinnerSize = 28;
 constexpr int cardSymbolSize = 14;
+constexpr int bannerSymbolSize = 18;
+constexpr double tintOpacity = 0.14;
+constexpr double cornerRadius = 6;
+
+QLabel* wrappedLabel(QWidget* parent) {
+    auto* label = new QLabel(parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    // A word without end must not make the window wider.
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    return label;
+}
 
 QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFont::Normal) {
     auto* text = new QLabel(parent);
@@ -41,7 +57,9 @@ QLabel* label(QWidget* parent, double pointSize = 0, QFont::Weight weight = QFon
 }
 
 QLabel* captionLabel(QWidget* parent) {
-    return label(parent, parent->font().pointSizeF() * captionScale);
+    auto* text = label(parent);
+    text->setFont(captionFont(text->font()));
+    return text;
 }
 
 /// The lines of the header read from left to right, also when they begin with an amount in a script that does
@@ -51,6 +69,106 @@ void showLine(QLabel* label, const QString& text) {
 }
 
 } // namespace
+
+/// Shows a `BannerContent`.
+class LedgerBanner final : public QFrame {
+public:
+    LedgerBanner(std::function<void()> onButton, QWidget* parent = nullptr);
+
+    /// Shows the content, or nothing at all.
+    void setContent(const std::optional<BannerContent>& content);
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintSymbol();
+    [[nodiscard]] QColor colour() const;
+
+    QLabel* symbol;
+    QLabel* headline;
+    QLabel* subtitle;
+    QPushButton* button;
+    std::optional<BannerContent> shown;
+};
+
+LedgerBanner::LedgerBanner(std::function<void()> onButton, QWidget* parent)
+    : QFrame(parent),
+      symbol(new QLabel(this)),
+      headline(wrappedLabel(this)),
+      subtitle(wrappedLabel(this)),
+      button(new QPushButton(this)) {
+    auto headlineFont = font();
+    headlineFont.setWeight(QFont::DemiBold);
+    headlineFont.setPointSizeF(headlineFont.pointSizeF() * 1.1);
+    headline->setFont(headlineFont);
+
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(2);
+    texts->addWidget(headline);
+    texts->addWidget(subtitle);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(12, 8, 12, 8);
+    row->setSpacing(10);
+    row->addWidget(symbol, 0, Qt::AlignVCenter);
+    row->addLayout(texts, 1);
+    row->addWidget(button, 0, Qt::AlignVCenter);
+    connect(button, &QPushButton::clicked, this, [onButton = std::move(onButton)] { onButton(); });
+    hide();
+}
+
+void LedgerBanner::setContent(const std::optional<BannerContent>& content) {
+    if (content == shown) {
+        return;
+    }
+    shown = content;
+    setVisible(shown.has_value());
+    if (!shown) {
+        return;
+    }
+    headline->setText(shown->headline);
+    headline->setVisible(!shown->headline.isEmpty());
+    subtitle->setText(plainLine(shown->subtitle.value_or(QString())));
+    subtitle->setVisible(shown->subtitle.has_value());
+    button->setText(shown->buttonTitle);
+    button->setVisible(!shown->buttonTitle.isEmpty());
+    setAccessibleName(shown->headline.isEmpty() ? subtitle->text() : shown->headline);
+    paintSymbol();
+    update();
+}
+
+QColor LedgerBanner::colour() const {
+    const auto colours = Colours::on(palette());
+    using Tone = BannerContent::Tone;
+    const auto tone = shown ? shown->tone : Tone::neutral;
+    return tone == Tone::red      ? colours.red
+           : tone == Tone::orange ? colours.orange
+                                  : palette().color(QPalette::Highlight);
+}
+
+void LedgerBanner::paintSymbol() {
+    if (shown) {
+        symbol->setPixmap(symbolPixmap(shown->symbol, bannerSymbolSize, colour(), devicePixelRatioF()));
+    }
+}
+
+void LedgerBanner::changeEvent(QEvent* event) {
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        paintSymbol();
+    }
+}
+
+void LedgerBanner::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    auto tint = colour();
+    tint.setAlphaF(static_cast<float>(tintOpacity));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(tint);
+    painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
+}
 
 LedgerHeader::LedgerHeader(QWidget* parent)
     : QWidget(parent),
@@ -71,7 +189,7 @@ LedgerHeader::LedgerHeader(QWidget* parent)
       spinner(new Spinner(spinnerSize, this)) {
     layOutTotals();
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(12, 12, 12, 12);
+    column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(10);
     column->addWidget(snapshotBanner);
     column->addWidget(linkBanner);
@@ -107,7 +225,6 @@ void LedgerHeader::layOutTotals() {
     column->addWidget(caption);
     column->addLayout(figures);
     column->addLayout(credit);
-    totals->installEventFilter(this);
 }
 
 void LedgerHeader::setContent(const LedgerHeaderContent& content) {
@@ -152,7 +269,7 @@ void LedgerHeader::fitFigures() {
                                                   {pending, mediumFigure},
                                                   {equals, mediumFigure},
                                                   {total, largeFigure}};
-    double room = totals->width();
+    double room = width() - 2 * margin;
     double needed = 0;
     for (const auto& [figure, size] : figures) {
         if (!figure->isHidden()) {
@@ -178,11 +295,9 @@ void LedgerHeader::fitFigures() {
     }
 }
 
-bool LedgerHeader::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == totals && event->type() == QEvent::Resize) {
-        fitFigures();
-    }
-    return QWidget::eventFilter(watched, event);
+void LedgerHeader::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    fitFigures();
 }
 
 } // namespace quillo

@@ -20,7 +20,7 @@ public:
     void setContent(const LedgerHeaderContent& content);
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 Q_SIGNALS:
     void backToLiveRequested();

@@ -9,11 +9,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int columns = 4;
+/// By column.
+const QStringList titles{u"Date"_s, u"Merchant / description"_s, u"Amount"_s, u"Running balance"_s};
 
-LedgerTableModel::Badge badgeOf(const Transaction& line) {
-    using Badge = LedgerTableModel::Badge;
-    return line.isSynthetic() ? Badge::notPosted : line.isPending() ? Badge::pending : Badge::none;
+QString badge(const Transaction& line, LedgerColumn column) {
+    if (column != LedgerColumn::description) {
+        return {};
+    }
+    return line.isSynthetic() ? u"NOT POSTED"_s : line.isPending() ? u"PENDING"_s : QString();
+}
+
+int alignment(LedgerColumn column) {
+    const bool isNumber = column == LedgerColumn::amount || column == LedgerColumn::runningBalance;
+    return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
 }
 
 } // namespace
@@ -31,7 +39,7 @@ int LedgerTableModel::rowCount(const QModelIndex& parent) const {
 }
 
 int LedgerTableModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : columns;
+    return parent.isValid() ? 0 : static_cast<int>(titles.size());
 }
 
 QVariant LedgerTableModel::data(const QModelIndex& index, int role) const {
@@ -40,21 +48,17 @@ QVariant LedgerTableModel::data(const QModelIndex& index, int role) const {
     }
     const auto& line = (*shown)[index.row()];
     const auto column = static_cast<LedgerColumn>(index.column());
-    const bool isNumber = column == LedgerColumn::amount || column == LedgerColumn::runningBalance;
     switch (role) {
     case Qt::DisplayRole:
         return text(line, column);
     case Qt::TextAlignmentRole:
-        return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return alignment(column);
     case Qt::AccessibleTextRole: {
-        auto spoken = text(line, column);
-        if (column == LedgerColumn::description && badgeOf(line) != Badge::none) {
-            spoken += u", "_s + (badgeOf(line) == Badge::notPosted ? u"NOT POSTED"_s : u"PENDING"_s);
-        }
-        return spoken;
+        const auto state = badge(line, column);
+        return state.isEmpty() ? text(line, column) : text(line, column) + u", "_s + state;
     }
     case badgeRole:
-        return static_cast<int>(column == LedgerColumn::description ? badgeOf(line) : Badge::none);
+        return badge(line, column);
     case toneRole:
         return static_cast<int>(tone(line, column));
     default:
@@ -79,34 +83,19 @@ QString LedgerTableModel::text(const Transaction& line, LedgerColumn column) {
 
 LedgerTableModel::Tone LedgerTableModel::tone(const Transaction& line, LedgerColumn column) {
     if (column == LedgerColumn::amount) {
-        return line.amount >= 0 ? Tone::charge : Tone::credit;
+        return line.amount >= 0 ? Tone::red : Tone::green;
     }
-    return column == LedgerColumn::description && line.isSynthetic() ? Tone::alert : Tone::normal;
+    return column == LedgerColumn::description && line.isSynthetic() ? Tone::red : Tone::normal;
 }
 
 QVariant LedgerTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal) {
         return {};
     }
-    const auto column = static_cast<LedgerColumn>(section);
     if (role == Qt::TextAlignmentRole) {
-        const bool isNumber = column == LedgerColumn::amount || column == LedgerColumn::runningBalance;
-        return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return alignment(static_cast<LedgerColumn>(section));
     }
-    if (role != Qt::DisplayRole) {
-        return {};
-    }
-    switch (column) {
-    case LedgerColumn::date:
-        return u"Date"_s;
-    case LedgerColumn::description:
-        return u"Merchant / description"_s;
-    case LedgerColumn::amount:
-        return u"Amount"_s;
-    case LedgerColumn::runningBalance:
-        return u"Running balance"_s;
-    }
-    return {};
+    return role == Qt::DisplayRole ? titles.value(section) : QVariant();
 }
 
 } // namespace quillo

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/ledger/LedgerRows.h"
+#include "ui/ledger/PreparedLedger.h"
 
 #include <QAbstractTableModel>
 
@@ -11,13 +11,13 @@ namespace quillo {
 class LedgerTableModel final : public QAbstractTableModel {
     Q_OBJECT
 public:
-    enum class Badge { none, pending, notPosted };
     enum Role {
-        badgeRole = Qt::UserRole, ///< int of `Badge`, description column only
-        toneRole,                 ///< int of `Tone`
+        badgeRole =
+            Qt::UserRole, ///< the text behind a description that says in what state the line is, if any
+        toneRole,         ///< int of `Tone`
     };
-    /// What a cell's colour says.
-    enum class Tone { normal, charge, credit, alert };
+    /// A cell's colour: red for charges and what is not posted, green for payments and credits.
+    enum class Tone { normal, red, green };
 
     explicit LedgerTableModel(QObject* parent = nullptr);
 

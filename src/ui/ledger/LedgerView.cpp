@@ -57,8 +57,6 @@ LedgerView::LedgerView(LedgerActions whatToDo, QWidget* parent)
     render({});
 }
 
-LedgerView::~LedgerView() = default;
-
 void LedgerView::connectControls() {
     connect(pullUpdates, &QToolButton::clicked, this, actions.pullUpdates);
     connect(pullFromBank, &QToolButton::clicked, this, actions.pullFromBank);

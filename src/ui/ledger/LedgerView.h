@@ -35,7 +35,6 @@ class LedgerView final : public QWidget {
     Q_OBJECT
 public:
     explicit LedgerView(LedgerActions actions, QWidget* parent = nullptr);
-    ~LedgerView() override;
 
     /// The table takes its time with a large ledger; until it is ready the header stays with the one before,
     /// so that figures and lines are always of one ledger.

@@ -1,15 +1,22 @@
 #include "ui/ledger/PreparedLedger.h"
 
-#include "ui/ledger/SearchText.h"
+#include <QRegularExpression>
+
+#include <unicode/bytestream.h>
+#include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
+#include <unicode/stringpiece.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <functional>
 #include <numeric>
 #include <string_view>
 #include <utility>
 
 namespace quillo {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -21,16 +28,48 @@ std::string_view bytesOf(const Text& text) {
     return {utf8.data(), static_cast<std::size_t>(utf8.size())};
 }
 
+bool isAscii(std::string_view utf8) {
+    return std::ranges::all_of(utf8, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+/// Appends the form in which texts are compared: lower case by Unicode's own rules, whatever the user's
+/// locale, and composed (NFC), so that an accent typed in one form finds the other. `utf8` has to be valid.
+void appendFolded(std::string& folded, std::string_view utf8) {
+    if (isAscii(utf8)) {
+        std::ranges::transform(utf8, std::back_inserter(folded), [](char byte) {
+            return static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte);
+        });
+        return;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    std::string lower;
+    icu::StringByteSink<std::string> lowerSink(&lower);
+    icu::CaseMap::utf8ToLower("", 0, {utf8.data(), static_cast<int32_t>(utf8.size())}, lowerSink, nullptr,
+                              status);
+    icu::StringByteSink<std::string> foldedSink(&folded);
+    const auto* composed = icu::Normalizer2::getNFCInstance(status);
+    composed->normalizeUTF8(0, lower, foldedSink, nullptr, status);
+    if (U_FAILURE(status) != 0) {
+        folded += utf8;
+    }
+}
+
+/// What is searched for when the user has typed `text`: folded, without white space (but with line breaks) at
+/// its ends. Empty when nothing is.
+std::string searchedFor(const QString& text) {
+    static const QRegularExpression blankEnds(u"^[\\t\\p{Zs}]+|[\\t\\p{Zs}]+\\z"_s);
+    std::string query;
+    appendFolded(query, QString(text).remove(blankEnds).toStdString());
+    return query;
+}
+
 /// Calls `use` with what tells the column's lines apart.
 auto withKey(LedgerColumn column, auto use) {
-    switch (column) {
-    case LedgerColumn::amount:
+    if (column == LedgerColumn::amount) {
         return use(&Transaction::amount);
-    case LedgerColumn::runningBalance:
+    }
+    if (column == LedgerColumn::runningBalance) {
         return use(&Transaction::runningBalance);
-    case LedgerColumn::date:
-    case LedgerColumn::description:
-        break;
     }
     return use(&Transaction::date);
 }
@@ -137,16 +176,12 @@ const std::vector<Transaction>& PreparedLedger::lines() const {
 }
 
 std::vector<LinePosition> PreparedLedger::rows(const QString& search, LedgerSortOrder order) const {
-    auto shown = inOrder(order);
+    const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
+    auto shown = order.direction == Qt::AscendingOrder ? sorted.lines : turnedRound(sorted);
     if (const auto query = searchedFor(search); !query.empty()) {
         std::erase_if(shown, [holds = holding(query)](LinePosition line) { return !holds[line]; });
     }
     return shown;
-}
-
-std::vector<LinePosition> PreparedLedger::inOrder(LedgerSortOrder order) const {
-    const auto& sorted = index->sorted[static_cast<std::size_t>(order.column)];
-    return order.direction == Qt::AscendingOrder ? sorted.lines : turnedRound(sorted);
 }
 
 std::vector<bool> PreparedLedger::holding(const std::string& query) const {
@@ -187,6 +222,17 @@ std::vector<LinePosition> successors(const std::vector<Transaction>& before,
         }
     }
     return next;
+}
+
+LedgerRows LedgerRows::of(std::shared_ptr<const PreparedLedger> prepared, QString search,
+                          LedgerSortOrder order) {
+    LedgerRows rows{.prepared = std::move(prepared), .search = std::move(search), .order = order};
+    rows.lines = rows.prepared->rows(rows.search, rows.order);
+    rows.places.assign(rows.prepared->lines().size(), noLine);
+    for (std::size_t row = 0; row < rows.lines.size(); ++row) {
+        rows.places[rows.lines[row]] = static_cast<LinePosition>(row);
+    }
+    return rows;
 }
 
 } // namespace quillo

@@ -1,17 +1,28 @@
 #pragma once
 
 #include "model/Timeline.h"
-#include "ui/ledger/LedgerOrder.h"
 
 #include <QString>
+#include <Qt>
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace quillo {
+
+/// The columns of the ledger, in their order on screen.
+enum class LedgerColumn { date, description, amount, runningBalance };
+
+/// Dates are compared as text, amounts as numbers. Lines that compare equal keep the backend's order,
+/// whatever the direction.
+struct LedgerSortOrder {
+    LedgerColumn column = LedgerColumn::date; ///< any but the description, which cannot be sorted
+    Qt::SortOrder direction = Qt::DescendingOrder;
+
+    [[nodiscard]] bool operator==(const LedgerSortOrder&) const = default;
+};
 
 /// The position of a line in its ledger's list.
 using LinePosition = std::uint32_t;
@@ -42,7 +53,6 @@ private:
     struct Index;
 
     [[nodiscard]] std::vector<bool> holding(const std::string& query) const;
-    [[nodiscard]] std::vector<LinePosition> inOrder(LedgerSortOrder order) const;
 
     Ledger source;
     std::shared_ptr<const Index> index;
@@ -52,5 +62,29 @@ private:
 /// same when their ids are; of several with one id the first is the first, and so on.
 [[nodiscard]] std::vector<LinePosition> successors(const std::vector<Transaction>& before,
                                                    const std::vector<Transaction>& after);
+
+/// Which lines of a ledger a table shows, and in which order: an immutable value that owns what it shows.
+struct LedgerRows {
+    std::shared_ptr<const PreparedLedger> prepared = std::make_shared<const PreparedLedger>();
+    QString search = {};
+    LedgerSortOrder order = {};
+    std::vector<LinePosition> lines = {};  ///< of each row
+    std::vector<LinePosition> places = {}; ///< the row of each line; `noLine` for one that is not shown
+
+    [[nodiscard]] static LedgerRows of(std::shared_ptr<const PreparedLedger> prepared, QString search,
+                                       LedgerSortOrder order);
+
+    [[nodiscard]] int count() const noexcept { return static_cast<int>(lines.size()); }
+
+    /// `row` is one of `count()`.
+    [[nodiscard]] const Transaction& operator[](int row) const {
+        return prepared->lines()[lines[static_cast<std::size_t>(row)]];
+    }
+
+    /// The row of a line; -1 when it is not shown.
+    [[nodiscard]] int rowOf(LinePosition line) const noexcept {
+        return line < places.size() ? static_cast<int>(places[line]) : -1;
+    }
+};
 
 } // namespace quillo

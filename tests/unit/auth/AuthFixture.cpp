@@ -1,6 +1,5 @@
 #include "auth/AuthFixture.h"
 
-#include "auth/SessionConstants.h"
 #include "platform/secrets/Keychain.h"
 
 namespace quillo::test {

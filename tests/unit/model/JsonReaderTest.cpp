@@ -135,19 +135,20 @@ void JsonReaderTest::deepNestingIsRefusedWithoutACrash() {
 void JsonReaderTest::nestingWithinTheLimitIsRead() {
     constexpr qsizetype levels = 1000;
     const JsonDocument document("{\"w\":" + QByteArray(levels, '[') + QByteArray(levels, ']') + ",\"v\":1}");
-    QCOMPARE(Value(document.root()).integer<"v">(), 1);
+    QCOMPARE((Value(document.root()).required<"v", std::int64_t>()), 1);
 }
 
 void JsonReaderTest::aByteOrderMarkIsSkipped() {
     const JsonDocument document("\xEF\xBB\xBF" + bodyOf("\"\xEF\xBB\xBF\""));
-    QCOMPARE(Value(document.root()).text<"v">(), QString(QChar(0xFEFF))); // within a text it is a character
+    QCOMPARE((Value(document.root()).required<"v", QString>()),
+             QString(QChar(0xFEFF))); // within a text it is a character
 }
 
 void JsonReaderTest::theBodyOfTheCallerIsLeftAlone() {
     const QByteArray body = bodyOf("\"a\\nb\"");
     const QByteArray before(body.constData(), body.size());
     const JsonDocument document(body);
-    QCOMPARE(Value(document.root()).text<"v">(), u"a\nb"_s);
+    QCOMPARE((Value(document.root()).required<"v", QString>()), u"a\nb"_s);
     QCOMPARE(body, before);
 }
 
@@ -155,7 +156,7 @@ void JsonReaderTest::aBodyThatTheCallerOnlyLendsIsRead() {
     // Bytes right up to the end of their allocation: the address sanitizer sees anything that reads further.
     const std::vector<char> bytes{'{', '"', 'v', '"', ':', '1', '}'};
     const JsonDocument document(QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())));
-    QCOMPARE(Value(document.root()).integer<"v">(), 1);
+    QCOMPARE((Value(document.root()).required<"v", std::int64_t>()), 1);
 }
 
 void JsonReaderTest::aRootThatIsNoObjectIsRefused_data() {
@@ -172,7 +173,7 @@ void JsonReaderTest::aRootThatIsNoObjectIsRefused() {
     QFETCH(QByteArray, body);
     QFETCH(QString, found);
     const JsonDocument document(body);
-    QCOMPARE(decodingFailure([&] { return Value(document.root()).optionalText<"v">(); }),
+    QCOMPARE(decodingFailure([&] { return Value(document.root()).optional<"v", QString>(); }),
              u"body: expected an object, found "_s + found);
 }
 
@@ -181,9 +182,9 @@ void JsonReaderTest::membersAreMatchedExactlyAndInAnyOrder() {
         R"({"Access_Token":1,"expires_in":2.5,"x":{"access_token":3},"accessToken":4,"access_token":"a",)"
         R"("access_token ":5,"refresh\u005ftoken":"r","":6})"));
     const Token token(document.root());
-    QCOMPARE(token.text<"access_token">(), u"a"_s);
-    QCOMPARE(token.optionalText<"refresh_token">(), std::optional(u"r"_s));
-    QCOMPARE(token.number<"expires_in">(), 2.5);
+    QCOMPARE((token.required<"access_token", QString>()), u"a"_s);
+    QCOMPARE((token.optional<"refresh_token", QString>()), std::optional(u"r"_s));
+    QCOMPARE((token.required<"expires_in", double>()), 2.5);
 }
 
 void JsonReaderTest::ofARepeatedMemberTheLastCounts() {
@@ -191,22 +192,23 @@ void JsonReaderTest::ofARepeatedMemberTheLastCounts() {
         QByteArray(R"({"access_token":1,"access_token":"first","expires_in":true,"access_token":"last",)"
                    R"("refresh_token":"x","refresh_token":null,"expires_in":3})"));
     const Token token(document.root());
-    QCOMPARE(token.text<"access_token">(), u"last"_s);
-    QCOMPARE(token.optionalText<"refresh_token">(), std::nullopt);
-    QCOMPARE(token.integer<"expires_in">(), 3);
+    QCOMPARE((token.required<"access_token", QString>()), u"last"_s);
+    QCOMPARE((token.optional<"refresh_token", QString>()), std::nullopt);
+    QCOMPARE((token.required<"expires_in", std::int64_t>()), 3);
 }
 
 void JsonReaderTest::missingAndNullAreAbsentOnlyForOptionalMembers() {
     const JsonDocument document(QByteArray(R"({"access_token":null})"));
     const Token token(document.root());
-    QCOMPARE(token.optionalText<"access_token">(), std::nullopt);
-    QCOMPARE(token.optionalText<"refresh_token">(), std::nullopt);
-    QVERIFY(!token.optional<"access_token">());
-    QVERIFY(!token.optional<"refresh_token">());
-    QCOMPARE(decodingFailure([&] { return token.text<"access_token">(); }),
+    QCOMPARE((token.optional<"access_token", QString>()), std::nullopt);
+    QCOMPARE((token.optional<"refresh_token", QString>()), std::nullopt);
+    QVERIFY((!token.optional<"access_token", JsonValue>()));
+    QVERIFY((!token.optional<"refresh_token", JsonValue>()));
+    QCOMPARE(decodingFailure([&] { return token.required<"access_token", QString>(); }),
              u"access_token: expected text, found null"_s);
-    QCOMPARE(decodingFailure([&] { return token.number<"expires_in">(); }), u"expires_in: missing"_s);
-    QVERIFY(token.required<"access_token">().isNull());
+    QCOMPARE(decodingFailure([&] { return token.required<"expires_in", double>(); }),
+             u"expires_in: missing"_s);
+    QVERIFY((token.required<"access_token", JsonValue>().isNull()));
 }
 
 void JsonReaderTest::aWrongTypeIsRefusedAlsoForAnOptionalMember_data() {
@@ -231,20 +233,20 @@ void JsonReaderTest::aWrongTypeIsRefusedAlsoForAnOptionalMember() {
         QCOMPARE(decodingFailure(decode),
                  right ? u"decoded"_s : u"v: expected %1, found %2"_s.arg(expected, found));
     };
-    check(u"text"_s, [&] { return value.text<"v">(); });
-    check(u"text"_s, [&] { return value.optionalText<"v">(); });
-    check(u"text"_s, [&] { return value.utf8<"v">(); });
-    check(u"text"_s, [&] { return value.optionalUtf8<"v">(); });
-    check(u"a number"_s, [&] { return value.number<"v">(); });
-    check(u"a number"_s, [&] { return value.optionalNumber<"v">(); });
-    check(u"a boolean"_s, [&] { return value.boolean<"v">(); });
-    check(u"a boolean"_s, [&] { return value.optionalBoolean<"v">(); });
-    check(u"an object"_s, [&] { return Value(value.required<"v">()).optionalText<"v">(); });
+    check(u"text"_s, [&] { return value.required<"v", QString>(); });
+    check(u"text"_s, [&] { return value.optional<"v", QString>(); });
+    check(u"text"_s, [&] { return value.required<"v", std::string_view>(); });
+    check(u"text"_s, [&] { return value.optional<"v", std::string_view>(); });
+    check(u"a number"_s, [&] { return value.required<"v", double>(); });
+    check(u"a number"_s, [&] { return value.optional<"v", double>(); });
+    check(u"a boolean"_s, [&] { return value.required<"v", bool>(); });
+    check(u"a boolean"_s, [&] { return value.optional<"v", bool>(); });
+    check(u"an object"_s, [&] { return Value(value.required<"v", JsonValue>()).optional<"v", QString>(); });
     check(u"an array"_s,
-          [&] { return value.list<"v">([](const JsonValue& each) { return each.number(); }); });
+          [&] { return value.list<"v">([](const JsonValue& each) { return each.as<double>(); }); });
     if (found != u"a number"_s) {
-        check(u"an integer"_s, [&] { return value.integer<"v">(); });
-        check(u"an integer"_s, [&] { return value.optionalInteger<"v">(); });
+        check(u"an integer"_s, [&] { return value.required<"v", std::int64_t>(); });
+        check(u"an integer"_s, [&] { return value.optional<"v", std::int64_t>(); });
     }
 }
 
@@ -272,8 +274,8 @@ void JsonReaderTest::wholeNumbersAreIntegersHoweverWritten() {
     QFETCH(qint64, integer);
     const JsonDocument document(bodyOf(json));
     const Value value(document.root());
-    QCOMPARE(value.integer<"v">(), integer);
-    QCOMPARE(value.optionalInteger<"v">(), std::optional<std::int64_t>(integer));
+    QCOMPARE((value.required<"v", std::int64_t>()), integer);
+    QCOMPARE((value.optional<"v", std::int64_t>()), std::optional<std::int64_t>(integer));
 }
 
 void JsonReaderTest::numbersThatAreNoIntegerAreRefused_data() {
@@ -305,8 +307,8 @@ void JsonReaderTest::numbersThatAreNoIntegerAreRefused() {
     const JsonDocument document(bodyOf(json));
     const Value value(document.root());
     const QString failure = u"v: expected an integer, found "_s + found;
-    QCOMPARE(decodingFailure([&] { return value.integer<"v">(); }), failure);
-    QCOMPARE(decodingFailure([&] { return value.optionalInteger<"v">(); }), failure);
+    QCOMPARE(decodingFailure([&] { return value.required<"v", std::int64_t>(); }), failure);
+    QCOMPARE(decodingFailure([&] { return value.optional<"v", std::int64_t>(); }), failure);
 }
 
 void JsonReaderTest::numbersAreReadToTheNearestDouble_data() {
@@ -339,8 +341,8 @@ void JsonReaderTest::numbersAreReadToTheNearestDouble() {
     QFETCH(double, number);
     const JsonDocument document(bodyOf(json));
     const Value value(document.root());
-    QVERIFY(value.number<"v">() == number);
-    QVERIFY(value.optionalNumber<"v">() == number);
+    QVERIFY((value.required<"v", double>() == number));
+    QVERIFY((value.optional<"v", double>() == number));
 }
 
 void JsonReaderTest::numbersBeyondTheDoublesAreRefusedWhereTheyAreRead_data() {
@@ -359,9 +361,9 @@ void JsonReaderTest::numbersBeyondTheDoublesAreRefusedWhereTheyAreRead() {
         QCOMPARE(decodingFailure([&] { return value.list<"v">(read); }),
                  u"v[0]: expected %1, found a number out of range"_s.arg(expected));
     };
-    expectRefusal(u"a number"_s, [](const JsonValue& each) { return each.number(); });
-    expectRefusal(u"text"_s, [](const JsonValue& each) { return each.text(); });
-    expectRefusal(u"a boolean"_s, [](const JsonValue& each) { return each.boolean(); });
+    expectRefusal(u"a number"_s, [](const JsonValue& each) { return each.as<double>(); });
+    expectRefusal(u"text"_s, [](const JsonValue& each) { return each.as<QString>(); });
+    expectRefusal(u"a boolean"_s, [](const JsonValue& each) { return each.as<bool>(); });
 }
 
 void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored_data() {
@@ -380,7 +382,7 @@ void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored_data() {
 void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored() {
     QFETCH(QByteArray, body);
     const JsonDocument document(body);
-    QCOMPARE(Value(document.root()).integer<"v">(), 7);
+    QCOMPARE((Value(document.root()).required<"v", std::int64_t>()), 7);
 }
 
 void JsonReaderTest::textsAreUnescaped_data() {
@@ -398,7 +400,7 @@ void JsonReaderTest::textsAreUnescaped() {
     QFETCH(QByteArray, json);
     QFETCH(QString, text);
     const JsonDocument document(bodyOf(json));
-    QCOMPARE(Value(document.root()).text<"v">(), text);
+    QCOMPARE((Value(document.root()).required<"v", QString>()), text);
 }
 
 void JsonReaderTest::theErrorNamesThePathThroughListsAndObjects() {
@@ -406,11 +408,11 @@ void JsonReaderTest::theErrorNamesThePathThroughListsAndObjects() {
     const Value root(document.root());
     const auto innermost = [](const JsonValue& value) {
         const Value outer(value);
-        const auto inner = outer.optional<"v">();
-        return Value(*inner).number<"v">();
+        const auto inner = outer.optional<"v", JsonValue>();
+        return Value(*inner).required<"v", double>();
     };
     const auto numberOrObject = [&](const JsonValue& value) {
-        return value.path().index < 2 ? value.number() : innermost(value);
+        return value.path().index < 2 ? value.as<double>() : innermost(value);
     };
     const auto lists = [&](const JsonValue& value) { return value.list(numberOrObject); };
     const auto objects = [&](const JsonValue& value) { return Value(value).list<"v">(lists); };
@@ -418,7 +420,7 @@ void JsonReaderTest::theErrorNamesThePathThroughListsAndObjects() {
              u"v[1].v[1][2].v.v: expected a number, found a boolean"_s);
 
     const JsonDocument list(QByteArray("[[1],[null]]"));
-    const auto number = [](const JsonValue& value) { return value.number(); };
+    const auto number = [](const JsonValue& value) { return value.as<double>(); };
     QCOMPARE(decodingFailure([&] {
                  return list.root().list([&](const JsonValue& value) { return value.list(number); });
              }),
@@ -430,7 +432,7 @@ void JsonReaderTest::theErrorQuotesNoValue() {
          {bodyOf("\"hunter2\""), bodyOf("[\"hunter2\"]"), bodyOf("hunter2"), QByteArray("hunter2"),
           QByteArray("{\"hunter2\":1}"), bodyOf("{\"hunter2\":1}"), QByteArray("{\"v\":1}hunter2")}) {
         const QString failure =
-            decodingFailure([&] { return Value(JsonDocument(body).root()).integer<"v">(); });
+            decodingFailure([&] { return Value(JsonDocument(body).root()).required<"v", std::int64_t>(); });
         QVERIFY(failure != u"decoded"_s);
         QVERIFY2(!failure.contains(u"hunter2"_s), qPrintable(failure));
     }

@@ -1,5 +1,5 @@
-#include "model/SnapshotListResponse.h"
-#include "model/StatusResponse.h"
+#include "model/ItemStatus.h"
+#include "model/SnapshotSummary.h"
 #include "model/Timeline.h"
 #include "support/TestMain.h"
 

@@ -162,6 +162,7 @@ private Q_SLOTS:
 private:
     static void forEveryOperation();
 
+    ScriptedServer server{Answer::silence()};
     HTTPSession session;
     APIClient client{session};
 };
@@ -179,9 +180,6 @@ void APIClientTest::errorsCarryTheirTexts() {
     QCOMPARE(APIError::decode(u"as_of: missing"_s).errorDescription(), u"Decode error: as_of: missing"_s);
     QCOMPARE(APIError::badURL().errorDescription(), u"Bad backend URL"_s);
     QCOMPARE(APIError::unauthorized().errorDescription(), u"Sign-in rejected (401)"_s);
-    QVERIFY(APIError::http(503).which() == APIError::Case(APIError::HTTP{503}));
-    QVERIFY(APIError::http(503).which() != APIError::http(500).which());
-    QCOMPARE(APIError::unauthorized().which().index(), 3U);
 }
 
 void APIClientTest::sharedIsOneInstance() {
@@ -191,7 +189,7 @@ void APIClientTest::sharedIsOneInstance() {
 void APIClientTest::everyOperationSendsItsRequestAndNothingElse() {
     QFETCH(const int, index);
     const auto& operation = operations()[static_cast<std::size_t>(index)];
-    ScriptedServer server(Answer::http(200, operation.body));
+    server.startOver(Answer::http(200, operation.body));
     QCOMPARE(operation.call(client, server.origin(), key, true), Outcome());
     QCOMPARE(server.requests().size(), 1U);
     const auto& request = server.requests()[0];
@@ -231,7 +229,7 @@ void APIClientTest::theCredentialIsExactlyOneHeader() {
     QFETCH(const QByteArray, value);
     const APIAuth auth = bearer ? APIAuth::bearer(secret) : APIAuth::apiKey(secret);
     for (const auto& operation : operations()) {
-        ScriptedServer server(Answer::http(200, operation.body));
+        server.startOver(Answer::http(200, operation.body));
         QCOMPARE(operation.call(client, server.origin(), auth, true), Outcome());
         const auto& request = server.requests().at(0);
         const auto credentials = request.values("Authorization") + request.values("X-API-Key");
@@ -242,7 +240,7 @@ void APIClientTest::theCredentialIsExactlyOneHeader() {
 
 void APIClientTest::aBackendThatEndsInASlashGivesTwo() {
     for (const auto& operation : operations()) {
-        ScriptedServer server(Answer::http(200, operation.body));
+        server.startOver(Answer::http(200, operation.body));
         operation.call(client, server.origin() + u'/', key, true);
         QCOMPARE(server.requests().at(0).target, "/" + operation.target);
     }
@@ -250,7 +248,7 @@ void APIClientTest::aBackendThatEndsInASlashGivesTwo() {
 
 void APIClientTest::aBackendWithAPathKeepsIt() {
     for (const auto& operation : operations()) {
-        ScriptedServer server(Answer::http(200, operation.body));
+        server.startOver(Answer::http(200, operation.body));
         operation.call(client, server.origin() + u"/my%20money?x="_s, key, true);
         QCOMPARE(server.requests().at(0).target, "/my%20money?x=" + operation.target);
         QCOMPARE(server.requests().at(0).body, QByteArray());
@@ -308,7 +306,7 @@ void APIClientTest::theDateIsAppendedAsItIs_data() {
 
 void APIClientTest::theDateIsAppendedAsItIs() {
     QFETCH(const QString, date);
-    ScriptedServer server(Answer::http(200, ledger));
+    server.startOver(Answer::http(200, ledger));
     QCOMPARE(await(client.snapshot(server.origin(), date, key, true))->totalOwed, 1.0);
     QCOMPARE(server.requests().size(), 1U);
     QCOMPARE(server.requests()[0].target, "/api/snapshot/" + date.toLatin1());
@@ -322,7 +320,7 @@ void APIClientTest::aBadURLComesBeforeABadKey() {
 }
 
 void APIClientTest::aKeyWithALineBreakIsNotSentAndNotQuoted() {
-    ScriptedServer server(Answer::http(200, ledger));
+    server.startOver(Answer::http(200, ledger));
     for (const auto& operation : operations()) {
         const Outcome forKey = operation.call(client, server.origin(), APIAuth::apiKey(u"a\r\nb: c"_s), true);
         QCOMPARE(forKey.text, u"The value for X-API-Key contains a line break and was not sent."_s);
@@ -350,7 +348,7 @@ void APIClientTest::statusesBecomeErrors() {
     QFETCH(const QString, text);
     for (const auto& operation : operations()) {
         const QByteArray body = status == 304 ? QByteArray() : operation.body;
-        ScriptedServer server(Answer::http(status, body));
+        server.startOver(Answer::http(status, body));
         const Outcome outcome = operation.call(client, server.origin(), key, true);
         QCOMPARE(outcome.text, text);
         QVERIFY(outcome.kind == (text.isEmpty() ? Outcome::Kind::success : Outcome::Kind::api));
@@ -359,7 +357,7 @@ void APIClientTest::statusesBecomeErrors() {
 }
 
 void APIClientTest::theBodyOfAFailedResponseIsNotDecoded() {
-    ScriptedServer server(Answer::http(500, "<html>no JSON</html>"));
+    server.startOver(Answer::http(500, "<html>no JSON</html>"));
     for (const auto& operation : operations()) {
         QCOMPARE(operation.call(client, server.origin(), key, true).text, u"HTTP 500"_s);
     }
@@ -367,7 +365,7 @@ void APIClientTest::theBodyOfAFailedResponseIsNotDecoded() {
 
 void APIClientTest::theBodyOfSyncAndRefreshIsIgnored() {
     for (const auto& answer : {Answer::http(204), Answer::http(200, "no JSON"), Answer::http(200, ledger)}) {
-        ScriptedServer server(answer);
+        server.startOver(answer);
         await(client.sync(server.origin(), key, true));
         await(client.refreshFromBank(server.origin(), key, true));
         QCOMPARE(server.requests().size(), 2U);
@@ -375,15 +373,14 @@ void APIClientTest::theBodyOfSyncAndRefreshIsIgnored() {
 }
 
 void APIClientTest::noContentIsADecodeErrorForTheLedger() {
-    ScriptedServer server(Answer::http(204));
+    server.startOver(Answer::http(204));
     const auto failure = failureOf<APIError>(client.timeline(server.origin(), key, true));
     QVERIFY(failure);
-    QVERIFY(std::holds_alternative<APIError::Decode>(failure->which()));
     QVERIFY(failure->errorDescription().startsWith(u"Decode error: "_s));
 }
 
 void APIClientTest::timelineWithoutAsOfIsADecodeError() {
-    ScriptedServer server(Answer::http(200, ledgerWithoutAsOf));
+    server.startOver(Answer::http(200, ledgerWithoutAsOf));
     const auto failure = failureOf<APIError>(client.timeline(server.origin(), key, true));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(), u"Decode error: as_of: missing"_s);
@@ -394,14 +391,14 @@ void APIClientTest::aChunkedLedgerCutShortIsNeverTaken() {
     for (const qsizetype size : {qsizetype{0}, qsizetype{1}, body.size() / 2, body.size() - 1}) {
         const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
         const QByteArray chunk = QByteArray::number(body.size(), 16) + "\r\n" + body.first(size);
-        ScriptedServer server(Answer::andClose(head + chunk));
+        server.startOver(Answer::andClose(head + chunk));
         const Outcome outcome = outcomeOf(client.timeline(server.origin(), key, true));
         QCOMPARE(outcome.text, u"The answer from 127.0.0.1:%1 was cut short."_s.arg(server.port()));
     }
 }
 
 void APIClientTest::otherOperationsThrowTheReadersOwnError() {
-    ScriptedServer server(Answer::http(200, ledgerWithoutAsOf));
+    server.startOver(Answer::http(200, ledgerWithoutAsOf));
     const auto status = failureOf<DecodingError>(client.status(server.origin(), key, true));
     QVERIFY(status);
     QCOMPARE(status->errorDescription(), u"items: missing"_s);
@@ -415,7 +412,7 @@ void APIClientTest::otherOperationsThrowTheReadersOwnError() {
 }
 
 void APIClientTest::timelineIsDecoded() {
-    ScriptedServer server(Answer::http(200, ledger));
+    server.startOver(Answer::http(200, ledger));
     const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     QCOMPARE(timeline.totalWithPending, 3.0);
     QCOMPARE(timeline.asOf, u"2024-05-01T08:00:00Z"_s);
@@ -423,7 +420,7 @@ void APIClientTest::timelineIsDecoded() {
 }
 
 void APIClientTest::aLargeLedgerIsDecodedWithoutHoldingUpTheLoop() {
-    ScriptedServer server(inPieces(largeLedger()));
+    server.startOver(inPieces(largeLedger()));
     LoopStallProbe probe;
     const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     const auto stall = probe.longestStall();
@@ -433,7 +430,7 @@ void APIClientTest::aLargeLedgerIsDecodedWithoutHoldingUpTheLoop() {
 }
 
 void APIClientTest::aFaultInALargeLedgerIsNamedAsInASmallOne() {
-    ScriptedServer server(inPieces(largeLedger().replace(R"("as_of")", R"("as_off")")));
+    server.startOver(inPieces(largeLedger().replace(R"("as_of")", R"("as_off")")));
     ScriptedServer small(Answer::http(200, ledgerWithoutAsOf));
     const auto expected = outcomeOf(client.timeline(small.origin(), key, true));
     QCOMPARE(expected.kind, Outcome::Kind::api);
@@ -441,27 +438,26 @@ void APIClientTest::aFaultInALargeLedgerIsNamedAsInASmallOne() {
 }
 
 void APIClientTest::aLargeLedgerMayBeDroppedWhileItIsDecoded() {
-    ScriptedServer server(inPieces(largeLedger()));
+    server.startOver(inPieces(largeLedger()));
     auto task = client.timeline(server.origin(), key, true);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 1; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 1; }));
     // The connection closes with the response's end, and then the body is being decoded.
     QVERIFY(waitUntil([&] { return server.openConnections() == 0; }));
     task.cancel();
-    QVERIFY(!task);
     drainEvents();
     const Timeline timeline = *await(client.timeline(server.origin(), key, true));
     QCOMPARE(timeline.transactions.size(), std::size_t{largeLedgerLines});
 }
 
 void APIClientTest::statusIsDecoded() {
-    ScriptedServer server(Answer::http(200, R"({"items": [{"item_id": "a", "needs_update": true}]})"));
+    server.startOver(Answer::http(200, R"({"items": [{"item_id": "a", "needs_update": true}]})"));
     const StatusResponse status = await(client.status(server.origin(), key, true));
     QCOMPARE(status.items.size(), 1U);
     QCOMPARE(status.items[0].itemId, u"a"_s);
 }
 
 void APIClientTest::snapshotsKeepTheBackendsOrder() {
-    ScriptedServer server(Answer::http(200, R"({"snapshots": [
+    server.startOver(Answer::http(200, R"({"snapshots": [
         {"snapshot_date": "2024-05-02", "created_at": "x", "txn_count": 2},
         {"snapshot_date": "2024-04-30", "created_at": "y", "txn_count": 1},
         {"snapshot_date": "2024-05-02", "created_at": "z", "txn_count": 3}]})"));
@@ -473,7 +469,7 @@ void APIClientTest::snapshotsKeepTheBackendsOrder() {
 }
 
 void APIClientTest::getAndPostHaveTheirOwnTimeouts() {
-    ScriptedServer server(Answer::silence());
+    server.startOver(Answer::silence());
     const APIClient impatientGet(session, APIClient::Timeouts{.get = 50ms, .post = 1h});
     const APIClient impatientPost(session, APIClient::Timeouts{.get = 1h, .post = 50ms});
     for (const auto& operation : operations()) {
@@ -489,21 +485,20 @@ void APIClientTest::theUsualTimeoutsAreTwentyAndThirtySeconds() {
 }
 
 void APIClientTest::aSelfSignedCertificateIsAcceptedOnlyUnchecked() {
-    const TestCertificates certificates;
+    ScriptedServer secure(Answer::silence(), TestCertificates().selfSigned());
     for (const auto& operation : operations()) {
-        ScriptedServer server(Answer::http(200, operation.body), certificates.selfSigned());
-        QCOMPARE(operation.call(client, server.origin(), key, false), Outcome());
-        const Outcome outcome = operation.call(client, server.origin(), key, true);
+        secure.startOver(Answer::http(200, operation.body));
+        QCOMPARE(operation.call(client, secure.origin(), key, false), Outcome());
+        const Outcome outcome = operation.call(client, secure.origin(), key, true);
         QCOMPARE(outcome.text,
-                 u"The certificate of 127.0.0.1:%1 is not trusted: it is self-signed."_s.arg(server.port()));
-        QCOMPARE(server.requests().size(), 1U);
+                 u"The certificate of 127.0.0.1:%1 is not trusted: it is self-signed."_s.arg(secure.port()));
+        QCOMPARE(secure.requests().size(), 1U);
     }
 }
 
 void APIClientTest::aRedirectTakesTheCredentialNowhere() {
     ScriptedServer other(Answer::http(200, ledger));
-    ScriptedServer server(
-        Answer::http(302, {}, {"Location: " + other.origin().toLatin1() + "/api/timeline"}));
+    server.startOver(Answer::http(302, {}, {"Location: " + other.origin().toLatin1() + "/api/timeline"}));
     for (const auto& operation : operations()) {
         QCOMPARE(operation.call(client, server.origin(), key, true).text, u"HTTP 302"_s);
         QCOMPARE(operation.call(client, server.origin(), APIAuth::bearer(u"t"_s), true).text, u"HTTP 302"_s);
@@ -513,7 +508,7 @@ void APIClientTest::aRedirectTakesTheCredentialNowhere() {
 }
 
 void APIClientTest::theBankPullIsSentOnceWhenItsConnectionDies() {
-    ScriptedServer server(Answer::andClose({}));
+    server.startOver(Answer::andClose({}));
     const auto failure = failureOf<TransportError>(client.refreshFromBank(server.origin(), key, true));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(),
@@ -523,26 +518,26 @@ void APIClientTest::theBankPullIsSentOnceWhenItsConnectionDies() {
 }
 
 void APIClientTest::operationsRunAtTheSameTime() {
-    ScriptedServer server(Answer::silence());
+    server.startOver(Answer::silence());
     const auto status = client.status(server.origin(), key, true);
     const auto timeline = client.timeline(server.origin(), key, true);
     const auto snapshots = client.snapshots(server.origin(), key, true);
-    QVERIFY(waitUntil([&server] { return server.requests().size() == 3; }));
+    QVERIFY(waitUntil([this] { return server.requests().size() == 3; }));
 }
 
 void APIClientTest::droppingAnOperationClosesItsConnection() {
-    ScriptedServer server(Answer::silence());
+    server.startOver(Answer::silence());
     auto timeline = client.timeline(server.origin(), key, true);
     auto pull = client.refreshFromBank(server.origin(), key, true);
-    QVERIFY(waitUntil([&server] { return server.requests().size() == 2; }));
+    QVERIFY(waitUntil([this] { return server.requests().size() == 2; }));
     timeline.cancel();
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 1; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 1; }));
     pull.cancel();
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void APIClientTest::theClientMayGoWhileItsRequestsRun() {
-    ScriptedServer server(Answer::http(200, ledger));
+    server.startOver(Answer::http(200, ledger));
     auto ownSession = std::make_unique<HTTPSession>();
     auto ownClient = std::make_unique<APIClient>(*ownSession);
     auto task = ownClient->timeline(server.origin(), key, true);

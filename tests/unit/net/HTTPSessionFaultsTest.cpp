@@ -60,7 +60,8 @@ private Q_SLOTS:
     void aBodyThatIsAnnouncedTakesNoRoomBeforeItComes();
 
 private:
-    ServerIdentity selfSigned = TestCertificates().selfSigned(); // made before anything is timed
+    ScriptedServer server{Answer::silence()};
+    ScriptedServer secureServer{Answer::silence(), TestCertificates().selfSigned()};
     HTTPSession session;
     APIClient client{session};
 };
@@ -90,9 +91,10 @@ void HTTPSessionFaultsTest::aHeadThatNeverEndsFreezesNothingAndEnds_data() {
 void HTTPSessionFaultsTest::aHeadThatNeverEndsFreezesNothingAndEnds() {
     QFETCH(const Answer, answer);
     QFETCH(const bool, secure);
-    ScriptedServer server(answer, secure ? std::optional(selfSigned) : std::nullopt);
+    ScriptedServer& asked = secure ? secureServer : server;
+    asked.startOver(answer);
     const auto before = ProcessResources::now();
-    HTTPRequest request = getRequest(server.origin());
+    HTTPRequest request = getRequest(asked.origin());
     request.certificateCheck = CertificateCheck::none;
     LoopStallProbe probe;
     const auto failure = failureOf<TransportError>(session.send(request));
@@ -100,13 +102,13 @@ void HTTPSessionFaultsTest::aHeadThatNeverEndsFreezesNothingAndEnds() {
     QVERIFY2(stall < LoopStallProbe::budget, qPrintable(QString::number(stall.count()) + u" ms"_s));
     QVERIFY(failure);
     QCOMPARE(failure->reason(), Reason::tooLarge);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([&asked] { return asked.openConnections() == 0; }));
     QVERIFY(waitUntil([&before] { return ProcessResources::now().threads <= before.threads; }));
 }
 
 void HTTPSessionFaultsTest::aHeadOfSixtyFourKibibytesIsRead() {
     const QByteArray head = "200 OK\r\nContent-Length: 2\r\nX: " + QByteArray(65'000, 'x');
-    ScriptedServer server(withHead(head, "ok"));
+    server.startOver(withHead(head, "ok"));
     QCOMPARE(await(session.send(getRequest(server.origin()))).body, QByteArray("ok"));
 }
 
@@ -122,8 +124,7 @@ void HTTPSessionFaultsTest::interimResponsesAreNotTheAnswer_data() {
 void HTTPSessionFaultsTest::interimResponsesAreNotTheAnswer() {
     QFETCH(const QByteArray, interim);
     for (const qsizetype pieceSize : {0, 1}) {
-        ScriptedServer server(
-            Answer{.bytes = interim + Answer::http(200, "body").bytes, .pieceSize = pieceSize});
+        server.startOver(Answer{.bytes = interim + Answer::http(200, "body").bytes, .pieceSize = pieceSize});
         const HTTPResponse response = await(session.send(getRequest(server.origin())));
         QCOMPARE(response.status, 200);
         QCOMPARE(response.body, QByteArray("body"));
@@ -140,13 +141,13 @@ void HTTPSessionFaultsTest::aRefusalIsKnownBeforeItsBodyHasCome_data() {
 void HTTPSessionFaultsTest::aRefusalIsKnownBeforeItsBodyHasCome() {
     QFETCH(const int, status);
     // Announces 500 MB and sends nothing of them.
-    ScriptedServer server(Answer{.bytes = "HTTP/1.1 " + QByteArray::number(status) +
-                                          " No\r\nContent-Length: 500000000\r\n\r\n"});
+    server.startOver(Answer{.bytes = "HTTP/1.1 " + QByteArray::number(status) +
+                                     " No\r\nContent-Length: 500000000\r\n\r\n"});
     const auto failure = failureOf<APIError>(client.status(server.origin(), key, true));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(),
              status == 401 ? u"Sign-in rejected (401)"_s : u"HTTP %1"_s.arg(status));
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void HTTPSessionFaultsTest::theStatusCountsBeforeTheBody_data() {
@@ -166,7 +167,7 @@ void HTTPSessionFaultsTest::theStatusCountsBeforeTheBody_data() {
 void HTTPSessionFaultsTest::theStatusCountsBeforeTheBody() {
     QFETCH(const Answer, answer);
     QFETCH(const QString, text);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     const auto failure = failureOf<APIError>(client.timeline(server.origin(), key, true));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(), text);
@@ -185,16 +186,16 @@ void HTTPSessionFaultsTest::aPullSucceedsWhateverItsBodyIs_data() {
 
 void HTTPSessionFaultsTest::aPullSucceedsWhateverItsBodyIs() {
     QFETCH(const Answer, answer);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     await(client.refreshFromBank(server.origin(), key, true));
     await(client.sync(server.origin(), key, true));
     QCOMPARE(server.requests().size(), 2U);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void HTTPSessionFaultsTest::ofARefusalSixtyFourKibibytesAreRead() {
     const QByteArray text = "why: " + QByteArray("\xC3\xA9").repeated(500'000);
-    ScriptedServer server(Answer::http(400, text));
+    server.startOver(Answer::http(400, text));
     const HTTPResponse response = await(session.send(postRequest(server.origin())));
     QCOMPARE(response.status, 400);
     QVERIFY(response.body.size() <= 65'536);
@@ -202,9 +203,9 @@ void HTTPSessionFaultsTest::ofARefusalSixtyFourKibibytesAreRead() {
     QVERIFY(text.startsWith(response.body));
     QVERIFY(
         !QString::fromUtf8(response.body).contains(QChar::ReplacementCharacter)); // not cut in a character
-    ScriptedServer never(endless("HTTP/1.1 400 No\r\n\r\n", QByteArray(9999, 'x')));
-    QCOMPARE(await(session.send(postRequest(never.origin()))).body, QByteArray(65'536, 'x'));
-    QVERIFY(waitUntil([&never] { return never.openConnections() == 0; }));
+    server.startOver(endless("HTTP/1.1 400 No\r\n\r\n", QByteArray(9999, 'x')));
+    QCOMPARE(await(session.send(postRequest(server.origin()))).body, QByteArray(65'536, 'x'));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void HTTPSessionFaultsTest::theBodyOfARefusalThatCannotBeDecodedIsNone_data() {
@@ -217,7 +218,7 @@ void HTTPSessionFaultsTest::theBodyOfARefusalThatCannotBeDecodedIsNone_data() {
 
 void HTTPSessionFaultsTest::theBodyOfARefusalThatCannotBeDecodedIsNone() {
     QFETCH(const Answer, answer);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     const HTTPResponse response = await(session.send(postRequest(server.origin())));
     QCOMPARE(response.status, 400);
     QCOMPARE(response.body, QByteArray());
@@ -242,7 +243,7 @@ void HTTPSessionFaultsTest::whatIsNoHTTPIsAnError_data() {
 
 void HTTPSessionFaultsTest::whatIsNoHTTPIsAnError() {
     QFETCH(const Answer, answer);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(),
@@ -254,24 +255,24 @@ void HTTPSessionFaultsTest::aServerThatDripsForEverTimesOutInTheEnd() {
     Answer answer = Answer::http(200, QByteArray(100'000, 'x'));
     answer.pieceSize = 1;
     answer.between = 5ms;
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession impatient(HTTPSession::Options{.totalTimeout = 200ms});
     const auto failure = failureOf<TransportError>(impatient.send(getRequest(server.origin())));
     QVERIFY(failure);
     QCOMPARE(failure->errorDescription(), u"The request timed out."_s);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
     QCOMPARE(HTTPSession::Options().totalTimeout, 10min);
 }
 
 void HTTPSessionFaultsTest::uncheckedRequestsLeaveNoThreadAndNoDescriptorBehind() {
-    ScriptedServer server(Answer::http(200), selfSigned);
-    const auto sendOne = [this, &server] {
-        HTTPRequest request = getRequest(server.origin());
+    secureServer.startOver(Answer::http(200));
+    const auto sendOne = [this] {
+        HTTPRequest request = getRequest(secureServer.origin());
         request.certificateCheck = CertificateCheck::none;
         await(session.send(request));
     };
     sendOne();
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return secureServer.openConnections() == 0; }));
     const auto before = ProcessResources::now();
     for (int round = 0; round < 30; ++round) {
         sendOne();
@@ -283,13 +284,13 @@ void HTTPSessionFaultsTest::uncheckedRequestsLeaveNoThreadAndNoDescriptorBehind(
 }
 
 void HTTPSessionFaultsTest::aBodyThatIsAnnouncedTakesNoRoomBeforeItComes() {
-    ScriptedServer server(Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 60000000\r\n\r\nx"});
+    server.startOver(Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 60000000\r\n\r\nx"});
     const auto before = ProcessResources::now();
     std::vector<Task<HTTPResponse>> tasks;
     for (int count = 0; count < 6; ++count) {
         tasks.push_back(session.send(getRequest(server.origin())));
     }
-    QVERIFY(waitUntil([&server] { return server.requests().size() == 6; }));
+    QVERIFY(waitUntil([this] { return server.requests().size() == 6; }));
     drainEvents();
     QVERIFY(ProcessResources::now().residentKiB - before.residentKiB < 20'000);
 }

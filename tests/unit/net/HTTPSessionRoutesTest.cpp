@@ -1,5 +1,6 @@
 #include "net/HTTPSession.h"
 #include "net/Sending.h"
+#include "support/ChildProcess.h"
 #include "support/LoopStallProbe.h"
 #include "support/ProcessResources.h"
 #include "support/ScriptedServer.h"
@@ -9,7 +10,6 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QNetworkProxyFactory>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -194,13 +194,9 @@ void HTTPSessionRoutesTest::aSlowLookUpTimesOutAndHoldsUpNobody() {
 }
 
 void HTTPSessionRoutesTest::aSlowLookUpDoesNotHoldUpTheExit() {
-    QProcess program; // this one; see main
-    program.setProcessChannelMode(QProcess::ForwardedChannels);
-    program.start(QCoreApplication::applicationFilePath(),
-                  {u"HTTPSessionRoutesTest"_s, u"--end-during-a-slow-look-up"_s});
-    QVERIFY(program.waitForFinished(10'000));
-    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(program.exitCode(), 0);
+    ChildProcess program(QCoreApplication::applicationFilePath(), // this one; see main
+                         {u"HTTPSessionRoutesTest"_s, u"--end-during-a-slow-look-up"_s});
+    QCOMPARE(program.waitForExit(10s), 0);
 }
 
 void HTTPSessionRoutesTest::httpsGoesThroughTheProxysTunnel() {

@@ -101,6 +101,9 @@ private Q_SLOTS:
     void aServerThatDribblesKeepsTheRequestAlive();
     void nothingBlocksTheLoop_data();
     void nothingBlocksTheLoop();
+
+private:
+    ScriptedServer server{Answer::silence()};
 };
 
 void ResponseBodyTest::bodiesArriveWhole_data() {
@@ -125,7 +128,7 @@ void ResponseBodyTest::bodiesArriveWhole_data() {
 void ResponseBodyTest::bodiesArriveWhole() {
     QFETCH(const Answer, answer);
     QFETCH(const QByteArray, body);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession session;
     const HTTPResponse response = await(session.send(getRequest(server.origin())));
     QCOMPARE(response.status, 200);
@@ -158,7 +161,7 @@ void ResponseBodyTest::gzipBodiesAreDecompressed_data() {
 void ResponseBodyTest::gzipBodiesAreDecompressed() {
     QFETCH(const Answer, answer);
     QFETCH(const QByteArray, body);
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession session;
     const HTTPResponse response = await(session.send(getRequest(server.origin())));
     QCOMPARE(server.requests().at(0).values("Accept-Encoding"), QList<QByteArray>{"gzip"});
@@ -183,7 +186,7 @@ void ResponseBodyTest::aBodyCutShortIsAnError_data() {
 
 void ResponseBodyTest::aBodyCutShortIsAnError() {
     QFETCH(const QByteArray, bytes);
-    ScriptedServer server(Answer::andClose(bytes));
+    server.startOver(Answer::andClose(bytes));
     HTTPSession session;
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QVERIFY(failure);
@@ -208,7 +211,7 @@ void ResponseBodyTest::aDamagedGzipBodyIsAnError_data() {
 
 void ResponseBodyTest::aDamagedGzipBodyIsAnError() {
     QFETCH(const QByteArray, compressed);
-    ScriptedServer server(gzipped(compressed));
+    server.startOver(gzipped(compressed));
     HTTPSession session;
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QVERIFY(failure);
@@ -219,7 +222,7 @@ void ResponseBodyTest::aDamagedGzipBodyIsAnError() {
 
 void ResponseBodyTest::aCompressionNotAskedForIsAnError() {
     for (const auto* encoding : {"br", "deflate", "zstd", "gzip, gzip"}) {
-        ScriptedServer server(Answer::http(200, "abc", {QByteArray("Content-Encoding: ") + encoding}));
+        server.startOver(Answer::http(200, "abc", {QByteArray("Content-Encoding: ") + encoding}));
         HTTPSession session;
         const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
         QVERIFY(failure);
@@ -243,7 +246,7 @@ void ResponseBodyTest::aBodyOfTheLimitPassesAndOneByteMoreDoesNot_data() {
 void ResponseBodyTest::aBodyOfTheLimitPassesAndOneByteMoreDoesNot() {
     QFETCH(const bool, passes);
     QFETCH(const QByteArray, bytes);
-    ScriptedServer server(Answer::andClose(bytes));
+    server.startOver(Answer::andClose(bytes));
     HTTPSession session(HTTPSession::Options{.additionalAuthorities = {}, .bodyLimit = 1000});
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QCOMPARE(failure.has_value(), !passes);
@@ -255,29 +258,28 @@ void ResponseBodyTest::aBodyOfTheLimitPassesAndOneByteMoreDoesNot() {
 }
 
 void ResponseBodyTest::aBodyAnnouncedTooLargeIsNotRead() {
-    ScriptedServer server(
-        Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 67108865\r\n\r\n"}); // and no body
+    server.startOver(Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 67108865\r\n\r\n"}); // and no body
     HTTPSession session;
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QVERIFY(failure);
     QCOMPARE(failure->reason(), Reason::tooLarge);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void ResponseBodyTest::anEndlessBodyEndsAtTheLimit() {
-    ScriptedServer server(endless({}, QByteArray(10000, 'x')));
+    server.startOver(endless({}, QByteArray(10000, 'x')));
     HTTPSession session(HTTPSession::Options{.additionalAuthorities = {}, .bodyLimit = 2 * mebibyte});
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
     QVERIFY(failure);
     QCOMPARE(failure->reason(), Reason::tooLarge);
-    QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+    QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
 }
 
 void ResponseBodyTest::aGzipBombEndsAtTheLimit() {
     // A thousandth of its size, 256 MiB in all, and so within the limit as sent.
     const QByteArray bomb = gzip(QByteArray(256 * mebibyte, '\0'));
     QVERIFY(bomb.size() < mebibyte);
-    ScriptedServer server(gzipped(bomb));
+    server.startOver(gzipped(bomb));
     HTTPSession session;
     LoopStallProbe probe;
     const auto failure = failureOf<TransportError>(session.send(getRequest(server.origin())));
@@ -294,7 +296,7 @@ void ResponseBodyTest::theUsualLimitIsSixtyFourMebibytes() {
 void ResponseBodyTest::theHeadMayComeByteByByte() {
     Answer answer = Answer::http(200, "body", {"X-Other: value"});
     answer.pieceSize = 1;
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession session;
     QCOMPARE(await(session.send(getRequest(server.origin()))).body, QByteArray("body"));
     QCOMPARE(await(session.send(postRequest(server.origin(), "x=1"))).body, QByteArray("body"));
@@ -311,7 +313,7 @@ void ResponseBodyTest::aSilentServerTimesOut_data() {
 
 void ResponseBodyTest::aSilentServerTimesOut() {
     QFETCH(const QByteArray, begun);
-    ScriptedServer server(Answer{.bytes = begun});
+    server.startOver(Answer{.bytes = begun});
     HTTPSession session;
     for (const auto method : {HTTPMethod::get, HTTPMethod::post}) {
         HTTPRequest request = getRequest(server.origin());
@@ -321,7 +323,7 @@ void ResponseBodyTest::aSilentServerTimesOut() {
         QVERIFY(failure);
         QCOMPARE(failure->reason(), Reason::timedOut);
         QCOMPARE(failure->errorDescription(), u"The request timed out."_s);
-        QVERIFY(waitUntil([&server] { return server.openConnections() == 0; }));
+        QVERIFY(waitUntil([this] { return server.openConnections() == 0; }));
     }
     QVERIFY(server.requests().size() <= 2U); // fewer when the time was up before anything was sent
 }
@@ -331,7 +333,7 @@ void ResponseBodyTest::aServerThatDribblesKeepsTheRequestAlive() {
     Answer answer = Answer::http(200, QByteArray(200, 'x'));
     answer.pieceSize = 8;
     answer.between = 50ms;
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession session;
     HTTPRequest request = getRequest(server.origin());
     request.idleTimeout = 1s;
@@ -361,7 +363,7 @@ void ResponseBodyTest::nothingBlocksTheLoop() {
             return piece;
         };
     }
-    ScriptedServer server(answer);
+    server.startOver(answer);
     HTTPSession session;
     LoopStallProbe probe;
     QCOMPARE(await(session.send(getRequest(server.origin()))).status, 200);

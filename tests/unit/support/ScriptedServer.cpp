@@ -1,5 +1,7 @@
 #include "support/ScriptedServer.h"
 
+#include "support/Wait.h"
+
 #include <QHostAddress>
 #include <QNetworkProxyFactory>
 #include <QSocketNotifier>
@@ -15,6 +17,14 @@
 #include <utility>
 
 namespace quillo::test {
+
+namespace {
+
+ScriptedServer::Script always(Answer answer) {
+    return [answer = std::move(answer)](const ReceivedRequest&) { return answer; };
+}
+
+} // namespace
 
 QList<QByteArray> ReceivedRequest::values(QByteArrayView name) const {
     QList<QByteArray> found;
@@ -224,8 +234,7 @@ ScriptedServer::ScriptedServer(Script script, std::optional<ServerIdentity> iden
 }
 
 ScriptedServer::ScriptedServer(Answer answer, std::optional<ServerIdentity> identity)
-    : ScriptedServer([answer = std::move(answer)](const ReceivedRequest&) { return answer; },
-                     std::move(identity)) {}
+    : ScriptedServer(always(std::move(answer)), std::move(identity)) {}
 
 ScriptedServer::~ScriptedServer() = default;
 
@@ -237,6 +246,21 @@ QString ScriptedServer::origin() const {
 
 quint16 ScriptedServer::port() const {
     return state->port;
+}
+
+void ScriptedServer::startOver(Script script) {
+    setScript(always(Answer::silence()));
+    drainEvents(); // what the last test left behind still comes
+    state->connections.clear();
+    state->requests.clear();
+    state->hellos.clear();
+    state->accepted = 0;
+    state->received = 0;
+    setScript(std::move(script));
+}
+
+void ScriptedServer::startOver(const Answer& answer) {
+    startOver(always(answer));
 }
 
 void ScriptedServer::setScript(Script script) {

@@ -122,6 +122,12 @@ public:
     [[nodiscard]] QString origin() const;
     [[nodiscard]] quint16 port() const;
 
+    /// Closes what is open, forgets what came so far, and answers so from now on: as good as a new server,
+    /// which takes longer.
+    void startOver(Script script);
+    void startOver(const Answer& answer);
+
+    /// Answers so from now on.
     void setScript(Script script);
 
     [[nodiscard]] const std::vector<ReceivedRequest>& requests() const;

@@ -1,7 +1,8 @@
 #include "support/TestCertificates.h"
 
+#include "support/ChildProcess.h"
+
 #include <QFile>
-#include <QProcess>
 
 namespace quillo::test {
 
@@ -68,12 +69,9 @@ ServerIdentity TestCertificates::issue(const QByteArray& alternativeNames, int d
 }
 
 void TestCertificates::runOpenSSL(const QStringList& arguments) const {
-    QProcess openssl;
-    openssl.start(u"openssl"_s, arguments);
-    if (!openssl.waitForFinished() || openssl.exitStatus() != QProcess::NormalExit ||
-        openssl.exitCode() != 0) {
-        qFatal("openssl %s: %s", qPrintable(arguments.join(u' ')),
-               openssl.readAllStandardError().constData());
+    ChildProcess openssl(u"openssl"_s, arguments);
+    if (openssl.waitForExit() != 0) {
+        qFatal("openssl %s failed", qPrintable(arguments.join(u' ')));
     }
 }
 

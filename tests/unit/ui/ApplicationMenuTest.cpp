@@ -21,21 +21,24 @@ namespace {
 /// A window with the menu bar, in front; what is asked for is noted.
 struct Fixture {
     explicit Fixture(const AppState& state = {})
-        : menuBar(new ApplicationMenu(window, {.openLedger = note(u"ledger"_s),
-                                               .refresh = note(u"refresh"_s),
-                                               .pullUpdates = note(u"pull updates"_s),
-                                               .pullFromBank = note(u"pull from bank"_s),
-                                               .openLinkPage = note(u"link page"_s),
-                                               .openReconnect = note(u"reconnect"_s),
-                                               .setRefreshInterval = [](qint64) {},
-                                               .openHelp = note(u"help"_s),
-                                               .openSettings = note(u"settings"_s),
-                                               .signIn = note(u"sign in"_s),
-                                               .signOut = note(u"sign out"_s),
-                                               .quit = note(u"quit"_s)})) {
-        menuBar->render(state);
+        : actions({.openLedger = note(u"ledger"_s),
+                   .refresh = note(u"refresh"_s),
+                   .pullUpdates = note(u"pull updates"_s),
+                   .pullFromBank = note(u"pull from bank"_s),
+                   .openLinkPage = note(u"link page"_s),
+                   .openReconnect = note(u"reconnect"_s),
+                   .setRefreshInterval = [](qint64) {},
+                   .openHelp = note(u"help"_s),
+                   .openSettings = note(u"settings"_s),
+                   .signIn = note(u"sign in"_s),
+                   .signOut = note(u"sign out"_s),
+                   .quit = note(u"quit"_s)}),
+          added(addApplicationMenu(window, actions)) {
+        render(state);
         window.show();
     }
+
+    void render(const AppState& state) const { added->setMenu(menuBarContent(state, actions)); }
 
     [[nodiscard]] std::function<void()> note(const QString& name) {
         return [this, name] { called += name; };
@@ -73,7 +76,8 @@ struct Fixture {
 
     QStringList called;
     QMainWindow window;
-    ApplicationMenu* menuBar;
+    MenuActions actions;
+    MenuRenderer* added;
 };
 
 AppState staleLink() {
@@ -188,9 +192,9 @@ private Q_SLOTS:
 
     void theStatusItemsMenuShowsTheLatestState() {
         const Fixture fixture;
-        fixture.menuBar->render({.error = u"HTTP 500"_s});
+        fixture.render({.error = u"HTTP 500"_s});
         QCOMPARE(Fixture::texts(fixture.statusMenu()).first(), u"Error: HTTP 500"_s);
-        fixture.menuBar->render({});
+        fixture.render({});
         QCOMPARE(Fixture::texts(fixture.statusMenu()).first(), u"Open ledger"_s);
     }
 };

@@ -108,12 +108,6 @@ private Q_SLOTS:
                  text);
     }
 
-    void countsAreGrouped() {
-        QCOMPARE(NumberFormat::count(0), u"0"_s);
-        QCOMPARE(NumberFormat::count(999), u"999"_s);
-        QCOMPARE(NumberFormat::count(1000000), u"1,000,000"_s);
-    }
-
     void theLocaleIsTheUsers_data() {
         QTest::addColumn<Variables>("variables");
         QTest::addColumn<QString>("decimal"); // of -1234567.5 with two digits

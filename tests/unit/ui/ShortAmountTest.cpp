@@ -1,5 +1,5 @@
-#include "ui/ShortAmount.h"
 #include "support/TestMain.h"
+#include "ui/NumberFormat.h"
 
 #include <QTest>
 
@@ -51,7 +51,7 @@ private Q_SLOTS:
     void anyAmountIsAFewCharacters() {
         QFETCH(double, dollars);
         QFETCH(QString, text);
-        QCOMPARE(shortAmount(dollars), text);
+        QCOMPARE(NumberFormat::shortDollars(dollars), text);
         QVERIFY(text.size() <= 6);
     }
 };

@@ -1,7 +1,6 @@
 #include "platform/desktop/NotificationCenter.h"
 
 #include "platform/desktop/ActivationToken.h"
-#include "platform/desktop/ApplicationActivity.h"
 #include "support/TestMain.h"
 
 #include <QGuiApplication>
@@ -65,7 +64,7 @@ private Q_SLOTS:
 
     void becomingActiveIsPostedOnceAndBecomingInactiveIsNot() {
         NotificationCenter center;
-        const ApplicationActivity activity(center);
+        const auto activity = watchActivity(center);
         int calls = 0;
         const auto observation = center.observe(notification::applicationDidBecomeActive, [&] { ++calls; });
 

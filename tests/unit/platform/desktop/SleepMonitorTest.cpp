@@ -69,7 +69,7 @@ private Q_SLOTS:
         Logind logind(bus, bus.connect());
         NotificationCenter center;
         Wakes wakes(center);
-        const SleepMonitor monitor(bus.connect(), center);
+        const auto monitor = monitorSleep(bus.connect(), center);
 
         logind.prepareForSleep(true);
         logind.prepareForSleep(false);
@@ -84,7 +84,7 @@ private Q_SLOTS:
         PrivateBus bus;
         NotificationCenter center;
         Wakes wakes(center);
-        const SleepMonitor monitor(bus.connect(), center);
+        const auto monitor = monitorSleep(bus.connect(), center);
         for (int run = 1; run <= 2; ++run) {
             Logind logind(bus, bus.connect());
             logind.prepareForSleep(false);
@@ -97,7 +97,7 @@ private Q_SLOTS:
         Logind logind(bus, bus.connect());
         NotificationCenter center;
         Wakes wakes(center);
-        const SleepMonitor monitor(bus.connect(), center);
+        const auto monitor = monitorSleep(bus.connect(), center);
 
         auto stranger = bus.connect();
         auto forged = QDBusMessage::createSignal(u"/org/freedesktop/login1"_s,
@@ -117,7 +117,7 @@ private Q_SLOTS:
         NotificationCenter center;
         Wakes wakes(center);
         auto connection = bus.connect();
-        const SleepMonitor monitor(connection, center);
+        const auto monitor = monitorSleep(connection, center);
 
         bus.kill();
 
@@ -128,8 +128,8 @@ private Q_SLOTS:
     void noSystemBusIsNothingToSpeakOf() {
         QTest::failOnWarning(QRegularExpression(u"."_s));
         NotificationCenter center;
-        const SleepMonitor monitor(QDBusConnection::connectToBus(u"unix:path=/nonexistent"_s, u"no-bus"_s),
-                                   center);
+        const auto monitor =
+            monitorSleep(QDBusConnection::connectToBus(u"unix:path=/nonexistent"_s, u"no-bus"_s), center);
         drainEvents();
     }
 };

@@ -23,7 +23,7 @@ QString handleOf(const QString& kind, const QDBusMessage& call, const QString& t
 
 ScriptedObject::ScriptedObject(QDBusConnection bus, const QString& service, Answer answer)
     : connection(std::move(bus)), name(service), script(std::move(answer)) {
-    portal::registerTypes();
+    dbus::registerMetaTypes<portal::Shortcut>();
     if (!connection.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath) ||
         !connection.registerService(name)) {
         qFatal("the bus does not give away %s", qPrintable(name));

@@ -52,7 +52,7 @@ private Q_SLOTS:
         QCOMPARE(await(store->get(account)), SecretReading::found(u"new"_s));
         QVERIFY(await(store->delete_(account)));
         QVERIFY(!await(store->delete_(account)));
-        QVERIFY(await(store->get(account)).isAbsent());
+        QVERIFY(await(store->get(account)) == SecretReading::absent());
         QVERIFY(probe->longestStall() < LoopStallProbe::budget);
     }
 
@@ -65,7 +65,7 @@ private Q_SLOTS:
         auto after = store->get(account);
         QVERIFY(await(std::move(after)) == SecretReading::found(u"two"_s));
         QCOMPARE(before.takeResult(), stored);
-        QVERIFY(deleted.takeResult().isAbsent());
+        QVERIFY(deleted.takeResult() == SecretReading::absent());
         QVERIFY(probe->longestStall() < LoopStallProbe::budget);
     }
 
@@ -143,7 +143,7 @@ private Q_SLOTS:
         auto change = store->set(account, u"new"_s);
         QCOMPARE(await(store->get(account)), SecretReading::found(u"new"_s));
         std::ignore = store->delete_(account);
-        QVERIFY(await(store->get(account)).isAbsent());
+        QVERIFY(await(store->get(account)) == SecretReading::absent());
         QVERIFY(await(store->get(u"api_key"_s)).isUnavailable());
         QVERIFY(!change.isFinished());
         QVERIFY(!unlocking.isFinished());
@@ -231,7 +231,7 @@ private Q_SLOTS:
         keyring = std::make_unique<PrivateKeyring>(bus);
         keyring->startWithoutPassword();
         showPrompts();
-        QVERIFY(await(store->get(account)).isAbsent());
+        QVERIFY(await(store->get(account)) == SecretReading::absent());
         QVERIFY(!await(store->delete_(account)));
         QVERIFY(await(store->unlock()));
         QCOMPARE(prompter->shown(), 0);
@@ -246,7 +246,7 @@ private Q_SLOTS:
         QCOMPARE(await(store->get(account)), SecretReading::found(u"first"_s));
         prompter->refuse();
         QVERIFY(!await(std::move(change)));
-        QVERIFY(await(store->get(account)).isAbsent());
+        QVERIFY(await(store->get(account)) == SecretReading::absent());
     }
 
     void aDaemonThatDoesNotAnswerStallsNothingAndIsHeardWhenItDoes() {

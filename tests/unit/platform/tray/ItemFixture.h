@@ -21,7 +21,7 @@ namespace quillo::test {
 
 using namespace Qt::Literals::StringLiterals;
 
-[[nodiscard]] inline StatusItemContent owed(const QString& text) {
+[[nodiscard]] inline ItemFace owed(const QString& text) {
     return {.symbol = u"creditcard"_s, .text = text};
 }
 
@@ -41,7 +41,7 @@ struct ItemFixture {
     Stalls stalls;
 
     explicit ItemFixture(Stalls allowed = Stalls::fail) : stalls(allowed) {
-        item.setContent(owed(u"$12.50"_s));
+        item.setFace(owed(u"$12.50"_s));
         item.setMenu({{.kind = MenuEntry::Kind::button, .key = u"quit"_s, .text = u"Quit"_s}});
     }
 

@@ -282,15 +282,6 @@ private Q_SLOTS:
         tree.action(id)();
         QCOMPARE(calls, 1);
     }
-
-    void equalityLooksAtEverythingShownAndAtNothingElse() {
-        QVERIFY(sample() == sample());
-        auto other = sample();
-        other[3].action = [] {};
-        QVERIFY(other == sample());
-        other[2].children[0].help = u"h"_s;
-        QVERIFY(!(other == sample()));
-    }
 };
 
 QUILLO_TEST(MenuTreeTest, QCoreApplication)

@@ -8,11 +8,11 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
 
-Q_DECLARE_METATYPE(quillo::PaintedFace)
+Q_DECLARE_METATYPE(quillo::ItemFace)
 
 namespace {
 
-const PaintedFace amount{u"creditcard"_s, u"$1,234.57"_s, u"1.2k"_s};
+const ItemFace amount{u"creditcard"_s, u"$1,234.57"_s, u"1.2k"_s};
 
 QImage imageOf(const dbus::Pixmap& pixmap) {
     QImage image(pixmap.width, pixmap.height, QImage::Format_ARGB32);
@@ -104,9 +104,9 @@ private Q_SLOTS:
     }
 
     void nothingIsCutOff_data() {
-        QTest::addColumn<PaintedFace>("face");
+        QTest::addColumn<ItemFace>("face");
         const auto row = [](const char* name, const QString& text, const QString& shortText) {
-            QTest::newRow(name) << PaintedFace{u"network.slash"_s, text, shortText};
+            QTest::newRow(name) << ItemFace{u"network.slash"_s, text, shortText};
         };
         row("amount", u"$1,234.57"_s, u"1.2k"_s);
         row("two amounts", u"$1,234 + $88 pend"_s, u"832"_s);
@@ -118,7 +118,7 @@ private Q_SLOTS:
     }
 
     void nothingIsCutOff() {
-        QFETCH(PaintedFace, face);
+        QFETCH(ItemFace, face);
         for (const auto& pixmap : squareIcons(face, {})) {
             const auto ink = inkOf(imageOf(pixmap));
             QVERIFY(!ink.isEmpty());
@@ -143,7 +143,7 @@ private Q_SLOTS:
     }
 
     void aTextWiderThanPanelsIsCutWithAnEllipsis() {
-        const PaintedFace endless{u"creditcard"_s, QString(500, u'W'), {}};
+        const ItemFace endless{u"creditcard"_s, QString(500, u'W'), {}};
         QVERIFY(wideSize(endless, {}).width() <= 20 + 400);
         QCOMPARE(wideIcons(endless, {}).size(), 3);
     }

@@ -12,12 +12,12 @@ using namespace quillo::test;
 
 namespace {
 
-const StatusItemContent amount{.symbol = u"creditcard"_s, .text = u"$1,234.57"_s, .shortText = u"1.2k"_s};
+const ItemFace amount{.symbol = u"creditcard"_s, .text = u"$1,234.57"_s, .shortText = u"1.2k"_s};
 
 /// An item that paints, and its panel's view of it.
 struct PaintingFixture : ItemFixture {
     explicit PaintingFixture(const QString& program) {
-        item.setContent(amount);
+        item.setFace(amount);
         item.show();
         host.emplace(*this, program);
     }
@@ -44,7 +44,10 @@ private Q_SLOTS:
         QVERIFY(runtimeFolder.isValid());
         QFile::setPermissions(runtimeFolder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", runtimeFolder.path().toUtf8());
-        (void)squareIcons({u"creditcard"_s, {}, u"1"_s}, {}); // the first of a process loads fonts
+        for (const auto& symbol : {u"creditcard"_s, u"network.slash"_s, u"hourglass"_s}) {
+            (void)squareIcons({symbol, {}, {}}, {}); // the first of a process reads its file
+        }
+        (void)wideIcons({u"creditcard"_s, u"Quillo · $1…"_s, {}}, {}); // and loads fonts
     }
 
     void aWideIconCarriesSymbolAndText_data() {
@@ -93,10 +96,10 @@ private Q_SLOTS:
         QCOMPARE(fixture.panel.itemProperty(u"Title"_s), u"$1,234.57"_s);
         QCOMPARE(fixture.toolTip(), u"$1,234.57"_s);
         // Every other state is told by its symbol.
-        fixture.item.setContent({.symbol = u"network.slash"_s, .text = u"Quillo · Bank issue"_s});
+        fixture.item.setFace({.symbol = u"network.slash"_s, .text = u"Quillo · Bank issue"_s});
         const auto withSymbol = fixture.pixmaps();
         QVERIFY(withSymbol != withAmount);
-        fixture.item.setContent({.symbol = u"hourglass"_s, .text = u"Quillo…"_s});
+        fixture.item.setFace({.symbol = u"hourglass"_s, .text = u"Quillo…"_s});
         QVERIFY(fixture.pixmaps() != withSymbol);
         QCOMPARE(fixture.panel.itemProperty(u"Title"_s), u"Quillo…"_s);
     }
@@ -105,7 +108,7 @@ private Q_SLOTS:
         PaintingFixture fixture(u"waybar"_s);
         QVERIFY(fixture.becomesRegistered());
         (void)fixture.panel.takeSignals();
-        fixture.item.setContent({.symbol = u"creditcard"_s, .text = u"$9.00"_s, .shortText = u"9"_s});
+        fixture.item.setFace({.symbol = u"creditcard"_s, .text = u"$9.00"_s, .shortText = u"9"_s});
         const auto sent = fixture.panel.takeSignals();
         QStringList names;
         for (const auto& message : sent) {
@@ -128,11 +131,11 @@ private Q_SLOTS:
         QVERIFY(fixture.becomesRegistered());
         (void)fixture.panel.takeSignals();
         for (int round = 0; round < 20; ++round) {
-            fixture.item.setContent(amount);
+            fixture.item.setFace(amount);
             drainEvents();
         }
         // Looks the same, too.
-        fixture.item.setContent(
+        fixture.item.setFace(
             {.symbol = u"creditcard"_s, .text = u"$1,234.57"_s + QChar(0x202E), .shortText = u"1.2k"_s});
         QCOMPARE(fixture.signalNames(), QStringList());
     }

