@@ -5,10 +5,13 @@
 #include "support/TestMain.h"
 #include "support/Wait.h"
 
+#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QTest>
+
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
