@@ -165,6 +165,9 @@ public:
     /// The member as JsonValue::as gives it; throws when it is missing.
     template <JsonKey key, typename T>
     [[nodiscard]] T required() const {
+        if (!has<key>()) {
+            refuseMissing(path<key>());
+        }
         return value<key>().template as<T>();
     }
 
@@ -180,7 +183,7 @@ public:
     /// See JsonValue::list.
     template <JsonKey key, typename Decode>
     [[nodiscard]] auto list(Decode decode) const {
-        return value<key>().list(std::move(decode));
+        return required<key, JsonValue>().list(std::move(decode));
     }
 
 private:
@@ -223,12 +226,13 @@ private:
     }
 
     template <JsonKey key>
-    [[nodiscard]] JsonValue value() const {
-        const JsonPath path{&here, names[index<key>()]};
-        if (!has<key>()) {
-            refuseMissing(path);
-        }
-        return {values[index<key>()], path};
+    [[nodiscard]] JsonPath path() const noexcept {
+        return {&here, names[index<key>()]};
+    }
+
+    template <JsonKey key>
+    [[nodiscard]] JsonValue value() const noexcept {
+        return {values[index<key>()], path<key>()};
     }
 
     [[noreturn]] static void refuseMissing(const JsonPath& path) {

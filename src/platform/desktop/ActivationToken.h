@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QString>
+#include <QtGlobal>
+
+#include <utility>
 
 namespace quillo {
 
@@ -13,15 +16,18 @@ namespace quillo {
 class ActivationToken {
 public:
     /// Makes `token` the one to be used next; an empty one withdraws an older one.
-    static void offer(const QString& token);
+    static void offer(const QString& token) { offered = token; }
 
     /// The token that this process was launched with (`XDG_ACTIVATION_TOKEN`, else `DESKTOP_STARTUP_ID`),
     /// empty without one. To be called before there is a `QGuiApplication`, which takes it out of the
     /// environment.
-    [[nodiscard]] static QString ofLaunch();
+    [[nodiscard]] static QString ofLaunch() {
+        const auto token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+        return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+    }
 
     /// The token offered last, empty when there is none. It can be taken once.
-    [[nodiscard]] static QString take();
+    [[nodiscard]] static QString take() { return std::exchange(offered, QString()); }
 
 private:
     static inline QString offered;
