@@ -33,7 +33,7 @@ testPackages=(
     python3-pytest python3-dbusmock python3-selenium
     chromium chromium-driver mate-panel xfce4-session
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
-    dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
+    dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal bubblewrap xdg-dbus-proxy
     xfwm4 metacity sway waybar grim lxqt-panel qt6-wayland
     man-db mandoc x11-utils x11-xkb-utils x11-xserver-utils xinput
 )
