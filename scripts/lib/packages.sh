@@ -30,7 +30,7 @@ desktopPackages=(
 # Checking and testing.
 testPackages=(
     shellcheck clang clang-format-14 clang-tidy-14 libclang-rt-14-dev cppcheck
-    python3-pytest python3-dbusmock python3-selenium
+    python3-pytest python3-dbusmock python3-selenium python3-jsonschema python3-yaml
     chromium chromium-driver mate-panel xfce4-session
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
     dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal bubblewrap xdg-dbus-proxy

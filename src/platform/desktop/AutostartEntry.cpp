@@ -104,7 +104,7 @@ Meaning meaning(const QByteArray& text) {
 
 QByteArray entry(const QString& applicationId, const QString& program) {
     const std::pair<const char*, QString> values[]{
-        {G_KEY_FILE_DESKTOP_KEY_TYPE, QStringLiteral(G_KEY_FILE_DESKTOP_TYPE_APPLICATION)},
+        {G_KEY_FILE_DESKTOP_KEY_TYPE, u"Application"_s},
         {G_KEY_FILE_DESKTOP_KEY_NAME, u"Quillo"_s},
         {G_KEY_FILE_DESKTOP_KEY_COMMENT, u"Keeps your credit card balance in view"_s},
         {G_KEY_FILE_DESKTOP_KEY_ICON, applicationId},
