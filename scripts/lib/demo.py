@@ -13,13 +13,17 @@ sys.path.insert(0, str(ROOT / "tests/e2e"))
 sys.dont_write_bytecode = True
 
 # pylint: disable=wrong-import-position
+from gi.repository import GLib  # noqa: E402
 from harness.desktop import Desktop  # noqa: E402
 from harness.panel import Panel  # noqa: E402
-from harness.program import Quillo  # noqa: E402
+from harness.popup import SCREEN_WIDTH, Popup  # noqa: E402
+from harness.program import APPLICATION_ID, Quillo  # noqa: E402
 from harness.sandbox import FIXED_HTTP_PORT, FIXED_HTTPS_PORT, FIXED_IDENTITY_PORT, Sandbox  # noqa: E402
 from harness.waiting import wait_until  # noqa: E402
+from harness.windows import Windows  # noqa: E402
 
 PICTURES = ROOT / "build/demo"
+WINDOWS = {"open-ledger": "Quillo — Ledger", "settings": "Quillo Settings"}
 ACCOUNTS = ("api_key", "oidc_refresh", "oidc_email")
 
 
@@ -75,6 +79,10 @@ def run_on_virtual_desktop():
         panel = Panel(desktop)
         panel.start()
         sandbox = start_sandbox(desktop)
+        # As if it were installed, so that the settings can offer to start it at login.
+        applications = desktop.data_home / "applications"
+        applications.mkdir(parents=True)
+        shutil.copy(ROOT / f"build/demo/packaging/{APPLICATION_ID}.desktop", applications)
         quillo = Quillo(desktop)
         quillo.store_secret("api_key", sandbox.api_key)
         quillo.start()
@@ -85,10 +93,26 @@ def run_on_virtual_desktop():
             return next((text for text in panel.texts() if text.startswith("$")), None)
 
         label = wait_until(amount_in_panel, lambda: f"an amount in the panel, which shows {panel.texts()}", timeout=30)
-        desktop.display.screenshot(PICTURES / "desktop.png")
-        desktop.display.screenshot(PICTURES / "panel.png", crop="400x33+880+0")
+        take_pictures(desktop, quillo)
         print(f"There is no display, so Quillo ran on a virtual desktop. Its panel showed: {label}")
-        print(f"Pictures: {PICTURES.relative_to(ROOT)}/desktop.png, panel.png")
+        print(f"Pictures: {PICTURES.relative_to(ROOT)}/menu.png, ledger.png, settings.png")
+
+
+def take_pictures(desktop, quillo):
+    """The open menu below the panel, then each window by itself, as `org.freedesktop.Application` opens it."""
+    popup = Popup(desktop)
+    menu = popup.open()
+    crop = f"{SCREEN_WIDTH - menu.x}x{menu.y + menu.height}+{menu.x}+0"
+    desktop.display.screenshot(PICTURES / "menu.png", crop=crop)
+    popup.close()
+    windows = Windows(desktop)
+    path = "/" + APPLICATION_ID.replace(".", "/")
+    for action, title in WINDOWS.items():
+        arguments = GLib.Variant("(sava{sv})", (action, [], {}))
+        desktop.bus.call(APPLICATION_ID, path, "org.freedesktop.Application", "ActivateAction", arguments)
+        window = windows.wait_for(title)
+        quillo.wait_until_idle()
+        desktop.display.screenshot(PICTURES / f"{action.removeprefix('open-')}.png", window=window)
 
 
 def main():

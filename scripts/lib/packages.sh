@@ -33,10 +33,10 @@ testPackages=(
     python3-pytest python3-dbusmock python3-selenium python3-jsonschema python3-yaml
     chromium chromium-driver mate-panel xfce4-session
     libbenchmark-dev libdbus-1-dev libxcb-xtest0-dev curl jq gir1.2-ayatanaappindicator3-0.1
-    dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal
+    dex desktop-file-utils appstream libglib2.0-bin xdg-desktop-portal bubblewrap xdg-dbus-proxy
     xfwm4 metacity sway waybar grim lxqt-panel qt6-wayland
     man-db mandoc x11-utils x11-xkb-utils x11-xserver-utils xinput
 )
 
 # Building and checking the Debian package, here or in a system of its own.
-packagingPackages=(dpkg-dev debhelper lintian debootstrap)
+packagingPackages=(dpkg-dev debhelper lintian debootstrap locales python3-pytest)

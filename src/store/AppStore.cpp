@@ -34,6 +34,7 @@ AppStore::AppStore(const AppServices& surroundings)
     heartbeat =
         services.clock.startTimer(heartbeatInterval, Clock::Repeat::forever, [this] { start(tick()); });
     observeTriggers();
+    observations.push_back(services.loginItem.observeAnswers([this] { objectWillChange.emit(); }));
     observations.push_back(auth.objectWillChange.observe([this] { objectWillChange.emit(); }));
     observations.push_back(
         auth.state.observe(Published<AuthState>::Repeats::suppress, [this](const auto& state) {

@@ -1,7 +1,9 @@
 """The demonstration leaves a desktop as it found it."""
 
+import os
 import signal
 import socket
+import subprocess
 
 import pytest
 
@@ -62,3 +64,17 @@ def test_demo_names_the_port_that_is_taken(desktop):
         child = desktop.keep(Child(command, environment=desktop.environment, log=desktop.folder / "demo.log"))
         assert child.wait() == 1
         assert f"port {FIXED_HTTP_PORT} is in use" in child.output()
+
+
+def test_demo_without_a_display_leaves_pictures_of_menu_ledger_and_settings():
+    pictures = [ROOT / f"build/demo/{name}.png" for name in ("menu", "ledger", "settings")]
+    for picture in pictures:
+        picture.unlink(missing_ok=True)
+    environment = {name: value for name, value in os.environ.items() if "DISPLAY" not in name}
+    command = ["/usr/bin/python3", str(ROOT / "scripts/lib/demo.py")]
+    with turn_at_fixed_ports():
+        run = subprocess.run(command, env=environment, capture_output=True, text=True, check=True, timeout=120)
+    assert "Its panel showed: $" in run.stdout
+    for picture in pictures:
+        colours = subprocess.run(["identify", "-format", "%k", picture], capture_output=True, text=True, check=True)
+        assert int(colours.stdout) > 50, f"{picture} shows next to nothing"

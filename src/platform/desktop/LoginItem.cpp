@@ -2,6 +2,8 @@
 
 #include "BuildConfiguration.h"
 #include "platform/desktop/AutostartEntry.h"
+#include "platform/desktop/PortalAutostart.h"
+#include "platform/desktop/Sandbox.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -47,7 +49,11 @@ LoginItem::LoginItem(QString id, QString executable)
     : applicationId(std::move(id)), program(std::move(executable)) {}
 
 LoginItem LoginItem::mainApp() {
-    return LoginItem(build::applicationId, QCoreApplication::applicationFilePath());
+    LoginItem item(build::applicationId, QCoreApplication::applicationFilePath());
+    if (isSandboxed()) {
+        item.portal = std::make_shared<PortalAutostart>(QDBusConnection::sessionBus());
+    }
+    return item;
 }
 
 QString LoginItem::entryPath() const {
@@ -60,7 +66,14 @@ bool LoginItem::isInstalled() const {
                 .isEmpty();
 }
 
+Observation LoginItem::observeAnswers(std::function<void()> observer) const {
+    return portal ? portal->changed.observe(std::move(observer)) : Observation();
+}
+
 LoginItemStatus LoginItem::status() const {
+    if (portal) {
+        return portal->status();
+    }
     try {
         switch (meaningOfEntry(entryPath()).value_or(Meaning::nonsense)) {
         case Meaning::starts:
@@ -77,6 +90,9 @@ LoginItemStatus LoginItem::status() const {
 }
 
 void LoginItem::register_() const {
+    if (portal) {
+        return portal->request(true);
+    }
     const auto path = entryPath();
     const auto present = meaningOfEntry(path);
     if (present == Meaning::starts) {
@@ -100,6 +116,9 @@ void LoginItem::register_() const {
 }
 
 void LoginItem::unregister() const {
+    if (portal) {
+        return portal->request(false);
+    }
     QFile file(entryPath());
     const auto present = meaningOfEntry(file.fileName());
     if (!present || present == Meaning::switchedOff) {

@@ -1,10 +1,16 @@
 #pragma once
 
 #include "core/LocalizedError.h"
+#include "core/Signal.h"
 
 #include <QString>
 
+#include <functional>
+#include <memory>
+
 namespace quillo {
+
+class PortalAutostart;
 
 enum class LoginItemStatus {
     /// There is no entry, or one that starts nothing.
@@ -24,19 +30,22 @@ public:
 };
 
 /// Starts the program when the user logs in, by an entry in the user's autostart folder
-/// (Desktop Application Autostart Specification).
+/// (Desktop Application Autostart Specification), or out of a sandbox by the desktop's portal.
 ///
 /// Nothing is kept in memory: each call looks at the file and the environment as they are then. Every call
 /// reads or writes one small local file.
 class LoginItem {
 public:
-    /// The login item of the running program.
+    /// The login item of the running program, in a sandbox or not.
     [[nodiscard]] static LoginItem mainApp();
 
     /// `applicationId` names the entry and the desktop file; `program` is the absolute path that is started.
     LoginItem(QString applicationId, QString program);
 
     [[nodiscard]] LoginItemStatus status() const;
+
+    /// Tells when the status has changed later than a call, as a portal's answer does.
+    [[nodiscard]] Observation observeAnswers(std::function<void()> observer) const;
 
     /// Writes the entry, unless one that starts something is there already. An entry that the user switched
     /// off stays as it is. Throws `LoginItemError`.
@@ -54,6 +63,7 @@ private:
 
     QString applicationId;
     QString program;
+    std::shared_ptr<PortalAutostart> portal; ///< only in a sandbox
 };
 
 } // namespace quillo

@@ -1,14 +1,13 @@
 #include "platform/hotkey/PortalHotKeys.h"
 
-#include "core/Promise.h"
 #include "core/Task.h"
 #include "core/TaskScope.h"
-#include "platform/hotkey/PortalRequestInterface.h"
+#include "platform/desktop/PortalRequest.h"
 #include "platform/hotkey/PortalShortcut.h"
 #include "platform/hotkey/PortalShortcutsInterface.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
+#include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
 
@@ -24,20 +23,9 @@ namespace quillo {
 namespace {
 
 using Portal = OrgFreedesktopPortalGlobalShortcutsInterface;
-using Request = OrgFreedesktopPortalRequestInterface;
 
-const QString service = u"org.freedesktop.portal.Desktop"_s;
-const QString desktopPath = u"/org/freedesktop/portal/desktop"_s;
 /// The only shortcut; it is part of what desktops remember, so it stays as it is.
 const QString shortcutId = u"open-ledger"_s;
-constexpr uint success = 0;
-/// No code of the portal's: it did not take the request.
-constexpr uint notTaken = ~0U;
-
-QString newToken() {
-    static uint count = 0;
-    return u"quillo%1"_s.arg(++count);
-}
 
 /// One shortcut at the portal: asks for it in a session of its own, and tells of its presses.
 class PortalSession final : public HotKeyService::Registration {
@@ -48,11 +36,11 @@ public:
                   OnPress onPress)
         : bus(std::move(connection)),
           pressed(std::move(onPress)),
-          watcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange) {
+          watcher(portal::service, bus, QDBusServiceWatcher::WatchForOwnerChange) {
         dbus::registerMetaTypes<portal::Shortcut>();
         shortcuts = {
             {shortcutId, {{u"description"_s, u"Open the ledger"_s}, {u"preferred_trigger"_s, trigger}}}};
-        shortcutsPortal = std::make_unique<Portal>(service, desktopPath, bus);
+        shortcutsPortal = std::make_unique<Portal>(portal::service, portal::desktopPath, bus);
         QObject::connect(
             &watcher, &QDBusServiceWatcher::serviceOwnerChanged, &context,
             [this](const QString&, const QString&, const QString& newOwner) { portalChanged(newOwner); });
@@ -67,9 +55,7 @@ public:
     }
 
     ~PortalSession() override {
-        if (request) {
-            request->Close();
-        }
+        asking.cancelAll();
         closeSession();
     }
 
@@ -82,16 +68,11 @@ private:
         /// The user, or the desktop in the user's name, said no.
         refused,
     };
-    struct Response {
-        uint code;
-        QVariantMap results;
-    };
-    using Call = std::function<QDBusPendingCall(const QVariantMap& options)>;
 
     /// Outside a sandbox, a portal knows the program only by what it says of itself; one that has no such
     /// interface, or knows already, answers with an error that means nothing.
     void introduce(const QString& applicationId) {
-        auto call = QDBusMessage::createMethodCall(service, desktopPath,
+        auto call = QDBusMessage::createMethodCall(portal::service, portal::desktopPath,
                                                    u"org.freedesktop.host.portal.Registry"_s, u"Register"_s);
         call << applicationId << QVariantMap();
         bus.send(call);
@@ -100,7 +81,6 @@ private:
     void portalChanged(const QString& newOwner) {
         if (newOwner.isEmpty()) {
             asking.cancelAll();
-            request.reset();
             sessionPath.clear();
             isDown = false;
             if (state != State::refused) {
@@ -113,32 +93,33 @@ private:
 
     Task<> ask() {
         state = State::asking;
-        const auto sessionToken = newToken();
-        sessionPath = handlePath(u"session"_s, sessionToken);
+        const auto sessionToken = portal::newToken();
+        sessionPath = portal::handlePath(bus, u"session"_s, sessionToken);
         // Some desktops take the shortcuts here and ignore those of BindShortcuts.
         const QVariantMap options{{u"session_handle_token"_s, sessionToken},
                                   {u"shortcuts"_s, QVariant::fromValue(shortcuts)}};
         const auto create = [this](const QVariantMap& all) { return shortcutsPortal->CreateSession(all); };
-        auto creating = requested(create, options);
+        auto creating = portal::ask(bus, create, options);
         const auto created = co_await creating;
         // Text by the interface's history, an object path by its description.
         const auto handle = created.results.value(u"session_handle"_s);
         const auto path =
             handle.canConvert<QDBusObjectPath>() ? handle.value<QDBusObjectPath>().path() : handle.toString();
         // The path follows from the token (org.freedesktop.portal.Session).
-        if (created.code != success || path != sessionPath) {
+        if (created.code != portal::Response::success || path != sessionPath) {
             giveUp(created.code);
             co_return;
         }
         const auto bind = [this](const QVariantMap& all) {
             return shortcutsPortal->BindShortcuts(QDBusObjectPath(sessionPath), shortcuts, {}, all);
         };
-        auto binding = requested(bind, {});
+        const QVariantMap none;
+        auto binding = portal::ask(bus, bind, none);
         const auto bound = co_await binding;
         const auto given = portal::shortcutsOf(bound.results.value(u"shortcuts"_s));
         const bool isOurs =
             std::ranges::any_of(given, [](const auto& each) { return each.id == shortcutId; });
-        if (bound.code != success || !isOurs) {
+        if (bound.code != portal::Response::success || !isOurs) {
             giveUp(bound.code);
             co_return;
         }
@@ -147,7 +128,7 @@ private:
 
     void giveUp(uint code) {
         closeSession();
-        state = code == notTaken ? State::idle : State::refused;
+        state = code == portal::Response::notTaken ? State::idle : State::refused;
     }
 
     void activated(const QString& session, const QString& id, const QVariantMap& options) {
@@ -164,42 +145,14 @@ private:
         }
     }
 
-    /// Listens for the answer before the question is asked: the path of the answer follows from the token
-    /// (org.freedesktop.portal.Request).
-    Task<Response> requested(Call call, QVariantMap options) {
-        const auto token = newToken();
-        options.insert(u"handle_token"_s, token);
-        request = std::make_unique<Request>(service, handlePath(u"request"_s, token), bus);
-        Promise<Response> response;
-        auto answer = response.task();
-        QObject::connect(request.get(), &Request::Response, request.get(),
-                         [response](uint code, const QVariantMap& results) {
-                             response.fulfil({code, results});
-                         });
-        QDBusPendingCallWatcher taken(call(options));
-        QObject::connect(&taken, &QDBusPendingCallWatcher::finished, &taken, [&] {
-            if (taken.isError()) {
-                response.fulfil({notTaken, {}});
-            }
-        });
-        auto result = co_await answer;
-        request.reset();
-        co_return result;
-    }
-
     void closeSession() {
         if (!sessionPath.isEmpty()) {
-            auto call = QDBusMessage::createMethodCall(service, sessionPath,
+            auto call = QDBusMessage::createMethodCall(portal::service, sessionPath,
                                                        u"org.freedesktop.portal.Session"_s, u"Close"_s);
             call.setAutoStartService(false);
             bus.send(call);
             sessionPath.clear();
         }
-    }
-
-    QString handlePath(const QString& kind, const QString& token) const {
-        auto sender = bus.baseService().mid(1);
-        return desktopPath + u'/' + kind + u'/' + sender.replace(u'.', u'_') + u'/' + token;
     }
 
     QDBusConnection bus;
@@ -211,7 +164,6 @@ private:
     bool isDown = false;
     QDBusServiceWatcher watcher;
     std::unique_ptr<Portal> shortcutsPortal;
-    std::unique_ptr<Request> request;
     QObject context;
     TaskScope asking;
 };

@@ -1,6 +1,7 @@
 #include "platform/secrets/Keychain.h"
 
 #include "platform/desktop/Sandbox.h"
+#include "platform/secrets/SecretPortal.h"
 
 #include <QStringDecoder>
 
@@ -81,7 +82,9 @@ template <typename Operation>
 ErrorHandle attempt(const Operation& operation) {
     const auto run = [&operation] {
         GError* error = nullptr;
-        operation(&error);
+        if (!isSandboxed() || openSecretPortal(schema(), attributesOf(u"any"_s).get(), &error)) {
+            operation(&error);
+        }
         return ErrorHandle(error);
     };
     auto error = run();

@@ -40,6 +40,12 @@ QString carriedIcon(const QString& symbol) {
 }
 
 QString iconThemePath() {
+    // The one folder that a Flatpak shares with the host under the host's own path ("Sandbox Permissions").
+    if (const auto id = qEnvironmentVariable("FLATPAK_ID"); !id.isEmpty()) {
+        auto folder =
+            QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + u"/app/"_s + id + u"/icons"_s;
+        return writeIcons(folder) ? folder : QString();
+    }
     if (auto installed = installedIconFolder(QCoreApplication::applicationDirPath()); !installed.isEmpty()) {
         return installed;
     }

@@ -12,7 +12,8 @@ namespace quillo {
 
 /// Where panels find the program's icons, as `IconThemePath` wants it: the icon theme folder that the program
 /// was installed with, else a folder of the user's own with a copy of the icons that the program carries,
-/// written anew where it differs. Empty when neither is to be had.
+/// written anew where it differs; in a Flatpak one that has the same path for the panel. Empty when neither
+/// is to be had.
 [[nodiscard]] QString iconThemePath();
 
 /// The icon theme folder beside an executable in `executableFolder`; empty when the program is not installed

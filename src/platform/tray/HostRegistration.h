@@ -37,7 +37,8 @@ public:
 
 Q_SIGNALS:
     /// There is a new owner, not asked yet. `executable` is the base name of
-    /// its program's file, empty when that cannot be found out.
+    /// its program's file, or of the desktop's usual panel where a sandbox hides it; empty when neither can
+    /// be found out.
     void watcherFound(const QString& executable);
 
     /// There is no owner, at the start or any more.

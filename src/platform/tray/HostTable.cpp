@@ -1,7 +1,10 @@
 #include "platform/tray/HostTable.h"
 
+#include <QStringTokenizer>
+
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace quillo {
 
@@ -32,6 +35,15 @@ constexpr std::array rows{
     Row{u"lxqt-panel", {square, requestMenu, any}},
 };
 
+constexpr std::array usualHosts{
+    std::pair{QStringView(u"GNOME"), QStringView(u"gnome-shell")},
+    std::pair{QStringView(u"KDE"), QStringView(u"kded5")},
+    std::pair{QStringView(u"LXQt"), QStringView(u"lxqt-panel")},
+    std::pair{QStringView(u"MATE"), QStringView(u"notification-area-applet")},
+    std::pair{QStringView(u"XFCE"), QStringView(u"wrapper-2.0")},
+    std::pair{QStringView(u"sway"), QStringView(u"waybar")},
+};
+
 } // namespace
 
 HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept {
@@ -41,6 +53,17 @@ HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcep
         traits.textWay = square; // there is no tray for windows
     }
     return traits;
+}
+
+QStringView usualHost(QStringView desktopNames) noexcept {
+    for (const auto name : desktopNames.tokenize(u':')) {
+        for (const auto& [desktop, host] : usualHosts) {
+            if (name == desktop) {
+                return host;
+            }
+        }
+    }
+    return {};
 }
 
 TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept {

@@ -46,6 +46,10 @@ struct HostTraits {
 /// labels.
 [[nodiscard]] HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcept;
 
+/// The program that owns the watcher's name on a desktop with these names (`XDG_CURRENT_DESKTOP`), for where
+/// it cannot be looked at; empty when that differs, or is not known.
+[[nodiscard]] QStringView usualHost(QStringView desktopNames) noexcept;
+
 /// The way while nobody owns the watcher's name: an XEmbed tray can still show a docked window.
 [[nodiscard]] TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept;
 

@@ -23,10 +23,15 @@ def executable():
 
 
 class Quillo:
-    """Quillo in a desktop session, with its settings and secrets."""
+    """Quillo in a desktop session, with its settings and secrets.
 
-    def __init__(self, desktop):
+    It is the program under test, unless `command` starts another build, whose id is `application_id`.
+    """
+
+    def __init__(self, desktop, *, command=None, application_id=APPLICATION_ID):
         self._desktop = desktop
+        self._command = command
+        self._application_id = application_id
         self._child = None
 
     @property
@@ -39,19 +44,19 @@ class Quillo:
         self.settings_file.write_text(json.dumps(values), encoding="utf-8")
 
     def store_secret(self, account, secret):
-        store_secret(self._desktop.environment, APPLICATION_ID, account, secret)
+        store_secret(self._desktop.environment, self._application_id, account, secret)
 
     def read_secret(self, account):
-        return read_secret(self._desktop.environment, APPLICATION_ID, account)
+        return read_secret(self._desktop.environment, self._application_id, account)
 
     def clear_secret(self, account):
-        clear_secret(self._desktop.environment, APPLICATION_ID, account)
+        clear_secret(self._desktop.environment, self._application_id, account)
 
     def start(self, **environment):
         """Starts the program; keyword arguments override variables of the session."""
         log = self._desktop.folder / "quillo.log"
         variables = {**self._desktop.environment, **environment}
-        self._child = Child([str(executable())], environment=variables, log=log)
+        self._child = Child(self._command or [str(executable())], environment=variables, log=log)
         self._desktop.callback(self._child.stop)
 
     @property

@@ -66,6 +66,16 @@ private Q_SLOTS:
         QVERIFY(!(QFile::permissions(folder) & others));
     }
 
+    void aFlatpaksIconsLieWhereTheHostHasThemUnderTheSamePath() {
+        const QTemporaryDir runtime;
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+        qputenv("FLATPAK_ID", "app.quillo.Quillo");
+        const auto folder = iconThemePath();
+        qunsetenv("FLATPAK_ID");
+        QCOMPARE(folder, runtime.filePath(u"app/app.quillo.Quillo/icons"_s));
+        QVERIFY(QFile::exists(folder + u'/' + iconFile(u"creditcard"_s)));
+    }
+
     void mendsWhatIsDamagedAndLeavesWhatIsRight() {
         const QTemporaryDir base;
         const auto folder = base.path();

@@ -25,6 +25,14 @@ private Q_SLOTS:
         QCOMPARE(HostTraits().textWay, TextWay::label);
     }
 
+    void aPanelThatCannotBeLookedAtIsTheUsualOneOfTheDesktop() {
+        QCOMPARE(usualHost(u"KDE"), u"kded5");
+        QCOMPARE(usualHost(u"ubuntu:GNOME"), u"gnome-shell");
+        QCOMPARE(usualHost(u"XFCE"), u"wrapper-2.0");
+        QVERIFY(usualHost(u"GNOME-Flashback:Unity").isEmpty());
+        QVERIFY(usualHost(u"").isEmpty());
+    }
+
     void withoutAWatcherOnlyAnX11TrayCanShowAnything() {
         QCOMPARE(textWayWithoutWatcher(WindowSystem::x11), TextWay::dockedWindow);
         QCOMPARE(textWayWithoutWatcher(WindowSystem::other), TextWay::label);
