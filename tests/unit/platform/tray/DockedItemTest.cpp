@@ -5,6 +5,7 @@
 #include "support/VirtualDisplay.h"
 
 #include <QGuiApplication>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -150,6 +151,27 @@ private Q_SLOTS:
             return picture.size() == QSize(22, 22) && picture != withAmount &&
                    pixelsOf(picture, Qt::black) > 20;
         }));
+    }
+
+    void anAmountIsNotCutInATrayThatKeepsTheWindowsSizeAfterItWasPainted() {
+        ScriptedTray tray(name(), Manner::keepsSquares);
+        tray.start();
+        DockedItem item;
+        item.setFace({u"hourglass"_s, u"Quillo…"_s, {}}, black());
+        QVERIFY(waitUntil([&] { return item.state() == State::docked && tray.count() == 1; }));
+        const auto window = tray.asked()[0];
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 20; }));
+        const auto symbol = tray.picture(window);
+        item.setFace(amount, black());
+        QVERIFY(waitUntil([&] { return tray.picture(window) != symbol; }));
+        tray.refuseSize(window);
+        QImage expected(ScriptedTray::square, ScriptedTray::square, QImage::Format_RGB32);
+        expected.fill(Qt::white);
+        QPainter painter(&expected);
+        paintSquare(painter, expected.rect(), amount, black());
+        painter.end();
+        QVERIFY(waitUntil(
+            [&] { return tray.picture(window).convertToFormat(QImage::Format_RGB32) == expected; }));
     }
 
     void aWindowMadeAsSmallAsCanBeHarmsNothing() {

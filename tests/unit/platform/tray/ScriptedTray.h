@@ -21,6 +21,7 @@ public:
         takes,
         ignores,       ///< does nothing with a window that asks to be taken
         diesWhenAsked, ///< ends without a word
+        keepsSquares,  ///< takes windows as squares, and gives no other size
     };
 
     explicit ScriptedTray(const QByteArray& display, Manner manner = Manner::takes);
@@ -59,6 +60,11 @@ public:
 
     /// Puts the window back to the root, as a tray does that wants it no more.
     void letGo(xcb_window_t window);
+
+    /// Says to a window whose wish for a size was not granted that it has the size that it has (ICCCM 4.1.5).
+    void refuseSize(xcb_window_t window);
+
+    static constexpr quint16 square = 22;
 
     /// Where the tray's window is on the screen.
     static constexpr int left = 100;
