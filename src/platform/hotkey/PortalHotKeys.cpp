@@ -30,11 +30,13 @@ const QString service = u"org.freedesktop.portal.Desktop"_s;
 const QString desktopPath = u"/org/freedesktop/portal/desktop"_s;
 /// The only shortcut; it is part of what desktops remember, so it stays as it is.
 const QString shortcutId = u"open-ledger"_s;
+/// So is the session's token: for programs outside a sandbox, Plasma remembers the key by it.
+const QString sessionToken = u"quillo"_s;
 constexpr uint success = 0;
-/// No code of the portal's: it did not take the request.
+/// No code of the portal's: it did not take the request, or has no key for it.
 constexpr uint notTaken = ~0U;
 
-QString newToken() {
+QString newRequestToken() {
     static uint count = 0;
     return u"quillo%1"_s.arg(++count);
 }
@@ -113,7 +115,6 @@ private:
 
     Task<> ask() {
         state = State::asking;
-        const auto sessionToken = newToken();
         sessionPath = handlePath(u"session"_s, sessionToken);
         // Some desktops take the shortcuts here and ignore those of BindShortcuts.
         const QVariantMap options{{u"session_handle_token"_s, sessionToken},
@@ -136,13 +137,15 @@ private:
         auto binding = requested(bind, {});
         const auto bound = co_await binding;
         const auto given = portal::shortcutsOf(bound.results.value(u"shortcuts"_s));
-        const bool isOurs =
-            std::ranges::any_of(given, [](const auto& each) { return each.id == shortcutId; });
-        if (bound.code != success || !isOurs) {
+        const auto ours = std::ranges::find(given, shortcutId, &portal::Shortcut::id);
+        if (bound.code != success || ours == given.end()) {
             giveUp(bound.code);
-            co_return;
+        } else if (ours->properties.value(u"trigger_description"_s, shortcutId).toString().isEmpty()) {
+            // No key, as when another program has it; the next portal may be able to give it.
+            giveUp(notTaken);
+        } else {
+            state = State::bound;
         }
-        state = State::bound;
     }
 
     void giveUp(uint code) {
@@ -167,7 +170,7 @@ private:
     /// Listens for the answer before the question is asked: the path of the answer follows from the token
     /// (org.freedesktop.portal.Request).
     Task<Response> requested(Call call, QVariantMap options) {
-        const auto token = newToken();
+        const auto token = newRequestToken();
         options.insert(u"handle_token"_s, token);
         request = std::make_unique<Request>(service, handlePath(u"request"_s, token), bus);
         Promise<Response> response;
