@@ -25,6 +25,7 @@ constexpr std::array rows{
     Row{u"waybar", {wideIcon, requestMenu, any, dark}},
     Row{u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark}},
     Row{u"taffybar", {wideIcon, requestMenu, any, dark}},
+    Row{u"xapp-sn-watcher", {wideIcon, requestMenu, any, dark, 24, 2}},
     Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}},
     Row{u"kded5", {square, refuse, any}},
     Row{u"kded6", {square, refuse, any}},

@@ -37,6 +37,9 @@ struct HostTraits {
     OnActivate onActivate = OnActivate::requestMenu;
     OpeningSign openingSign = OpeningSign::any;
     PanelLook look = PanelLook::ofDesktop;
+    /// In which a wide icon is not blurred, in pixels, and how many times it; some panels scale the largest.
+    int iconHeight = 22;
+    int iconScales = 3;
 
     [[nodiscard]] friend bool operator==(const HostTraits&, const HostTraits&) = default;
 };

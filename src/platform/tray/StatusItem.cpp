@@ -167,7 +167,7 @@ void StatusItem::render() {
         appearance.iconPixmaps = squareIcons(shown, paint->style());
         break;
     case TextWay::wideIcon:
-        appearance.iconPixmaps = wideIcons(shown, paint->style());
+        appearance.iconPixmaps = wideIcons(shown, paint->style(), host->iconHeight, host->iconScales);
         break;
     case TextWay::dockedWindow:
         if (docked && paint) {
