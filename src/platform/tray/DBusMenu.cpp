@@ -53,13 +53,12 @@ quillo::dbus::MenuItems DBusMenu::GetGroupProperties(const QList<int>& ids,
 }
 
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
-    const auto value = tree.property(id, name);
-    if (!value) {
-        sendErrorReply(QDBusError::InvalidArgs,
-                       u"The menu has no item %1 with a property of that name"_s.arg(id));
+    const auto found = tree.properties({id}, {name});
+    if (found.isEmpty() || found.first().properties.isEmpty()) {
+        sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1 with such a property"_s.arg(id));
         return QDBusVariant(QString());
     }
-    return QDBusVariant(*value);
+    return QDBusVariant(found.first().properties.first());
 }
 
 void DBusMenu::Event(int id, const QString& eventId, const QDBusVariant&, uint) {

@@ -24,6 +24,9 @@ enum class OpeningSign {
     openedEvent, ///< only the event: this panel also sends `AboutToShow` with nobody opening anything
 };
 
+/// Which underscores of an entry's label a panel wants doubled, or it takes them for the mark of a mnemonic.
+enum class Underscores { all, firstOnly };
+
 /// Which colours a panel has while the user prefers neither light nor dark ones.
 enum class PanelLook {
     ofDesktop, ///< those of other programs' windows
@@ -37,6 +40,7 @@ struct HostTraits {
     OnActivate onActivate = OnActivate::requestMenu;
     OpeningSign openingSign = OpeningSign::any;
     PanelLook look = PanelLook::ofDesktop;
+    Underscores doubled = Underscores::all;
     /// In which a wide icon is not blurred, in pixels, and how many times it; some panels scale the largest.
     int iconHeight = 22;
     int iconScales = 3;

@@ -2,6 +2,8 @@
 
 #include "core/PlainText.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <array>
 
@@ -45,18 +47,24 @@ QString disposition(MenuEntry::Style style) {
     return {};
 }
 
-/// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself.
-QString menuLabel(const QString& text) {
-    return plainLine(text).replace(u'_', u"__"_s);
+/// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself; some panels
+/// look for the first mark only and take every other underscore as it is.
+QString menuLabel(const QString& text, Underscores doubled) {
+    auto label = plainLine(text);
+    if (doubled == Underscores::all) {
+        return label.replace(u'_', u"__"_s);
+    }
+    const auto mark = label.indexOf(QRegularExpression(u"_[^_]"_s));
+    return mark < 0 ? label : label.insert(mark, u'_');
 }
 
-QVariantMap shownProperties(const MenuEntry& entry) {
+QVariantMap shownProperties(const MenuEntry& entry, Underscores doubled) {
     QVariantMap shown;
     if (entry.kind == MenuEntry::Kind::divider) {
         shown[u"type"_s] = u"separator"_s;
         return shown;
     }
-    shown[u"label"_s] = menuLabel(entry.text);
+    shown[u"label"_s] = menuLabel(entry.text, doubled);
     if (entry.kind == MenuEntry::Kind::text) {
         shown[u"enabled"_s] = false;
     }
@@ -90,25 +98,6 @@ QVariantMap selected(const QVariantMap& properties, const QStringList& names) {
         }
     }
     return wanted;
-}
-
-// The defaults of the properties that libdbusmenu documents.
-const QVariantMap& defaults() {
-    static const QVariantMap values{
-        {u"type"_s, u"standard"_s},
-        {u"label"_s, QString()},
-        {u"enabled"_s, true},
-        {u"visible"_s, true},
-        {u"icon-name"_s, QString()},
-        {u"icon-data"_s, QByteArray()},
-        {u"accessible-desc"_s, QString()},
-        {u"toggle-type"_s, QString()},
-        {u"toggle-state"_s, -1},
-        {u"children-display"_s, QString()},
-        {u"shortcut"_s, QVariant::fromValue(dbus::Shortcut())},
-        {u"disposition"_s, u"normal"_s},
-    };
-    return values;
 }
 
 void compare(int id, const QVariantMap& before, const QVariantMap& after, MenuTree::Change& change) {
@@ -150,6 +139,15 @@ MenuTree::Change MenuTree::replace(Menu menu) {
     return change;
 }
 
+void MenuTree::setDoubled(Underscores underscores) {
+    doubled = underscores;
+    for (auto* node : std::as_const(nodes)) {
+        if (node != &top) {
+            node->properties = shownProperties(node->entry, doubled);
+        }
+    }
+}
+
 std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
     auto node = std::make_unique<Node>();
     node->id = ++lastId;
@@ -161,7 +159,7 @@ std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
 
 void MenuTree::update(Node& node, MenuEntry entry, Change& change) {
     auto children = std::exchange(entry.children, {});
-    auto properties = shownProperties(entry);
+    auto properties = shownProperties(entry, doubled);
     compare(node.id, node.properties, properties, change);
     node.properties = std::move(properties);
     node.entry = std::move(entry);
@@ -236,14 +234,6 @@ dbus::MenuItems MenuTree::properties(const QList<int>& ids, const QStringList& n
         }
     }
     return items;
-}
-
-std::optional<QVariant> MenuTree::property(int id, const QString& name) const {
-    const auto* node = nodes.value(id);
-    if (!node || !defaults().contains(name)) {
-        return std::nullopt;
-    }
-    return node->properties.value(name, defaults().value(name));
 }
 
 std::function<void()> MenuTree::action(int id) const {

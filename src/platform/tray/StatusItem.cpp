@@ -83,7 +83,7 @@ bool StatusItem::isOnPanel() const noexcept {
 void StatusItem::serve(const HostTraits& traits) {
     host = traits;
     item->setOnActivate(traits.onActivate);
-    menu->setOpeningSign(traits.openingSign);
+    menu->setHost(traits);
     setWay(traits.textWay, traits.look);
     if (way == TextWay::dockedWindow) {
         trayWait.start();

@@ -368,7 +368,7 @@ private Q_SLOTS:
 
     void aPanelThatAsksWithNobodyOpeningIsTakenAtItsEventsOnly() {
         Fixture fixture;
-        fixture.menu.setOpeningSign(OpeningSign::openedEvent);
+        fixture.menu.setHost({.openingSign = OpeningSign::openedEvent});
         sayOpening(fixture, u"AboutToShow"_s);
         sayOpening(fixture, u"AboutToShowGroup"_s);
         drainEvents();
