@@ -44,6 +44,13 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
     } else {
         refuse(parentId);
     }
+    // Plasma asks one level deep, so that it would open a submenu empty and fill it too late to place it.
+    for (const auto& entry : recursionDepth == 1 ? layout.children : QList<dbus::MenuLayout>()) {
+        if (!tree.layout(entry.id, 1, {})->children.isEmpty()) {
+            const auto tell = [this, id = entry.id] { Q_EMIT LayoutUpdated(tree.revision(), id); };
+            QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+        }
+    }
     return tree.revision();
 }
 

@@ -150,6 +150,24 @@ private Q_SLOTS:
         QCOMPARE(sub.children.size(), 20);
     }
 
+    void submenusAreAnnouncedToAPanelThatHasAskedForOneLevelOnly() {
+        Fixture fixture;
+        fixture.menu.setMenu(longMenu());
+        (void)fixture.panel.takeSignals();
+        const auto [revision, root] = fixture.panel.layout(0, 1);
+        const auto sub = root.children[0].id;
+        QList<QVariantList> told;
+        for (const auto& message : fixture.panel.takeSignals()) {
+            QCOMPARE(message.member(), u"LayoutUpdated"_s);
+            told << message.arguments();
+        }
+        QCOMPARE(told, (QList<QVariantList>{{revision, sub}}));
+        // What the panel asks then, and a panel that asks for everything, is told no more.
+        (void)fixture.panel.layout(sub, 1);
+        (void)fixture.panel.layout(0, -1);
+        QCOMPARE(fixture.signalNames(), QStringList());
+    }
+
     void refusesWhatItDoesNotKnow() {
         Fixture fixture;
         fixture.menu.setMenu({button(u"b"_s, u"B"_s)});
