@@ -28,9 +28,9 @@ constexpr std::array rows{
     Row{u"taffybar", {wideIcon, requestMenu, any, dark}},
     Row{u"xapp-sn-watcher", {wideIcon, requestMenu, any, dark, all, 24, 2}},
     Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}},
-    Row{u"kded5", {square, refuse, any}},
-    Row{u"kded6", {square, refuse, any}},
-    Row{u"plasmashell", {square, refuse, any}},
+    Row{u"kded5", {square, refuse, any, ofPlasma}},
+    Row{u"kded6", {square, refuse, any, ofPlasma}},
+    Row{u"plasmashell", {square, refuse, any, ofPlasma}},
     Row{u"lxqt-panel", {square, requestMenu, any}},
 };
 
@@ -47,6 +47,10 @@ HostTraits hostTraits(QStringView executable, WindowSystem windowSystem) noexcep
 
 TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept {
     return windowSystem == WindowSystem::x11 ? dockedWindow : label;
+}
+
+PanelLook lookOfTray(QStringView desktop) noexcept {
+    return desktop.contains(u"Budgie") ? dark : ofDesktop;
 }
 
 } // namespace quillo

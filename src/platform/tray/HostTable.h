@@ -31,6 +31,7 @@ enum class Underscores { all, firstOnly };
 enum class PanelLook {
     ofDesktop, ///< those of other programs' windows
     dark,      ///< dark ones of its own
+    ofPlasma,  ///< those of the theme for Plasma's panels, whatever the user prefers for windows
 };
 
 enum class WindowSystem { x11, other };
@@ -55,5 +56,8 @@ struct HostTraits {
 
 /// The way while nobody owns the watcher's name: an XEmbed tray can still show a docked window.
 [[nodiscard]] TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept;
+
+/// Of such a tray that does not tell the colour of its icons; `desktop` is `XDG_CURRENT_DESKTOP`.
+[[nodiscard]] PanelLook lookOfTray(QStringView desktop) noexcept;
 
 } // namespace quillo

@@ -129,7 +129,8 @@ void StatusItem::onDockingChanged() {
     switch (docked->state()) {
     case DockedItem::State::docking:
         trayWait.stop();
-        paint = std::make_unique<PanelStyle>(connection, PanelLook::ofDesktop);
+        paint =
+            std::make_unique<PanelStyle>(connection, lookOfTray(qEnvironmentVariable("XDG_CURRENT_DESKTOP")));
         connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
         render();
         break;

@@ -32,6 +32,12 @@ private Q_SLOTS:
         QCOMPARE(HostTraits().textWay, TextWay::label);
     }
 
+    void budgiesTrayWhichTellsNoColoursIsDark() {
+        QCOMPARE(lookOfTray(u"Budgie:GNOME"), PanelLook::dark);
+        QCOMPARE(lookOfTray(u"XFCE"), PanelLook::ofDesktop);
+        QCOMPARE(lookOfTray(u""), PanelLook::ofDesktop);
+    }
+
     void withoutAWatcherOnlyAnX11TrayCanShowAnything() {
         QCOMPARE(textWayWithoutWatcher(WindowSystem::x11), TextWay::dockedWindow);
         QCOMPARE(textWayWithoutWatcher(WindowSystem::other), TextWay::label);
