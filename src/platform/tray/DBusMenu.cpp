@@ -56,7 +56,7 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
 
 quillo::dbus::MenuItems DBusMenu::GetGroupProperties(const QList<int>& ids,
                                                      const QStringList& propertyNames) {
-    return tree.properties(ids, propertyNames);
+    return tree.properties(tree.once(ids), propertyNames);
 }
 
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
@@ -97,7 +97,8 @@ bool DBusMenu::AboutToShow(int id) {
     return false; // changes are announced when they happen; there is nothing to ask for
 }
 
-QList<int> DBusMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors) {
+QList<int> DBusMenu::AboutToShowGroup(const QList<int>& asked, QList<int>& idErrors) {
+    const auto ids = tree.once(asked);
     for (const auto id : ids) {
         if (!tree.contains(id)) {
             idErrors.append(id);

@@ -39,7 +39,7 @@ public:
     void Event(int id, const QString& eventId, const QDBusVariant& data, uint timestamp);
     QList<int> EventGroup(const quillo::dbus::MenuEvents& events);
     bool AboutToShow(int id);
-    QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors);
+    QList<int> AboutToShowGroup(const QList<int>& asked, QList<int>& idErrors);
 
 Q_SIGNALS:
     void beganTracking();

@@ -15,6 +15,7 @@ namespace quillo {
 
 namespace {
 constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait before a tool tip
+constexpr int largestSide = 4096;                  // no panel has room for more, and painting takes long
 } // namespace
 
 DockedWindow::DockedWindow(std::function<void()> clear) : clearToParent(std::move(clear)) {
@@ -54,6 +55,12 @@ bool DockedWindow::event(QEvent* event) {
         break;
     case QEvent::Leave:
         rest.stop();
+        break;
+    case QEvent::UpdateRequest:
+    case QEvent::Paint:
+        if (std::max(width(), height()) > largestSide) {
+            return true;
+        }
         break;
     default:
         break;

@@ -13,39 +13,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const std::array modifierNames{std::pair(Qt::ControlModifier, u"Control"_s),
-                               std::pair(Qt::AltModifier, u"Alt"_s), std::pair(Qt::ShiftModifier, u"Shift"_s),
-                               std::pair(Qt::MetaModifier, u"Super"_s)};
-
+/// No key of an entry is "+" itself.
 dbus::Shortcut chords(const QKeySequence& sequence) {
     dbus::Shortcut all;
-    for (int index = 0; index < sequence.count(); ++index) {
-        const auto combination = sequence[static_cast<uint>(index)];
-        QStringList keys;
-        for (const auto& [modifier, name] : modifierNames) {
-            if (combination.keyboardModifiers().testFlag(modifier)) {
-                keys += name;
-            }
-        }
-        keys += QKeySequence(combination.key()).toString(QKeySequence::PortableText);
-        all += keys;
+    for (const auto& chord : sequence.toString(QKeySequence::PortableText).split(u", "_s)) {
+        auto keys = chord.split(u'+');
+        all += keys.replaceInStrings(u"Ctrl"_s, u"Control"_s).replaceInStrings(u"Meta"_s, u"Super"_s);
     }
     return all;
 }
 
-QString disposition(MenuEntry::Style style) {
-    switch (style) {
-    case MenuEntry::Style::normal:
-        break;
-    case MenuEntry::Style::secondary:
-        return u"informative"_s;
-    case MenuEntry::Style::orange:
-        return u"warning"_s;
-    case MenuEntry::Style::red:
-        return u"alert"_s;
-    }
-    return {};
-}
+/// In the order of the styles.
+const std::array dispositions{QString(), u"informative"_s, u"alert"_s, u"warning"_s};
 
 /// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself; some panels
 /// look for the first mark only and take every other underscore as it is.
@@ -81,8 +60,8 @@ QVariantMap shownProperties(const MenuEntry& entry, Underscores doubled) {
     if (!entry.help.isEmpty()) {
         shown[u"accessible-desc"_s] = plainLine(u"%1. %2"_s.arg(entry.text, entry.help));
     }
-    if (const auto named = disposition(entry.style); !named.isEmpty()) {
-        shown[u"disposition"_s] = named;
+    if (entry.style != MenuEntry::Style::normal) {
+        shown[u"disposition"_s] = dispositions.at(static_cast<std::size_t>(entry.style));
     }
     return shown;
 }
@@ -92,7 +71,7 @@ QVariantMap selected(const QVariantMap& properties, const QStringList& names) {
         return properties;
     }
     QVariantMap wanted;
-    for (const auto& name : names) {
+    for (const auto& name : names.mid(0, 32)) { // twice as many as the protocol has
         if (const auto found = properties.constFind(name); found != properties.cend()) {
             wanted.insert(name, *found);
         }
@@ -224,6 +203,16 @@ std::optional<dbus::MenuLayout> MenuTree::layout(int id, int depth, const QStrin
         return std::nullopt;
     }
     return layout(*node, depth, names);
+}
+
+QList<int> MenuTree::once(const QList<int>& ids) const {
+    QList<int> distinct;
+    for (const auto id : ids.mid(0, nodes.size())) {
+        if (!distinct.contains(id)) {
+            distinct.append(id);
+        }
+    }
+    return distinct;
 }
 
 dbus::MenuItems MenuTree::properties(const QList<int>& ids, const QStringList& names) const {

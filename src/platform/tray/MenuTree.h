@@ -46,6 +46,9 @@ public:
 
     [[nodiscard]] bool contains(int id) const { return nodes.contains(id); }
 
+    /// Each of `ids` once, of no more than there are entries: a message may hold millions.
+    [[nodiscard]] QList<int> once(const QList<int>& ids) const;
+
     /// The entry with its children down to `depth` levels, all for a negative one, and of their properties
     /// those that are named, all for an empty list. Absent for an unknown id.
     [[nodiscard]] std::optional<dbus::MenuLayout> layout(int id, int depth, const QStringList& names) const;

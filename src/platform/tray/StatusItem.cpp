@@ -9,6 +9,7 @@
 #include "platform/tray/StatusNotifierItem.h"
 
 #include <QGuiApplication>
+#include <QRegularExpression>
 
 #include <chrono>
 
@@ -24,17 +25,6 @@ WindowSystem currentWindowSystem() {
 
 // A panel's tray for windows starts with its watcher, or a moment later.
 constexpr std::chrono::seconds longestTrayWait{3};
-
-/// The widest text to be expected in place of `text`; panels reserve its width, so that their other items do
-/// not move with every change.
-QString withWidestDigits(QString text) {
-    for (auto& character : text) {
-        if (character.isDigit()) {
-            character = u'8';
-        }
-    }
-    return text;
-}
 
 } // namespace
 
@@ -178,7 +168,9 @@ void StatusItem::render() {
     case TextWay::label:
         appearance.iconName = symbolIconName(face.symbol);
         appearance.label = shown.text;
-        appearance.labelGuide = withWidestDigits(shown.text);
+        // The widest text to be expected here: panels reserve its width, so that their other items do not
+        // move with every change.
+        appearance.labelGuide = QString(shown.text).replace(QRegularExpression(u"\\p{Nd}"_s), u"8"_s);
         break;
     }
     item->setAppearance(std::move(appearance));

@@ -168,6 +168,36 @@ private Q_SLOTS:
         QCOMPARE(fixture.signalNames(), QStringList());
     }
 
+    void aMillionIdsInOneMessageDoNotFreezeTheProgram_data() {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<int>("id");
+        for (const auto& method : {u"GetGroupProperties"_s, u"AboutToShowGroup"_s}) {
+            QTest::addRow("%s, known", qPrintable(method)) << method << 1;
+            QTest::addRow("%s, unknown", qPrintable(method)) << method << 4711;
+        }
+    }
+
+    void aMillionIdsInOneMessageDoNotFreezeTheProgram() {
+        QFETCH(QString, method);
+        QFETCH(int, id);
+        DBusMenu menu;
+        menu.setMenu(longMenu());
+        const int known = 1;
+        QList<int> ids(1'000'000, id);
+        ids.first() = known;
+        const QStringList names(1'000'000, u"label"_s);
+        const auto begin = processorTime();
+        if (method == u"GetGroupProperties") {
+            QCOMPARE(menu.GetGroupProperties(ids, names).size(), 1);
+        } else {
+            QList<int> unknown;
+            QCOMPARE(menu.AboutToShowGroup(ids, unknown), QList<int>());
+            QCOMPARE(unknown, id == known ? QList<int>() : QList{id});
+        }
+        const auto taken = processorTime() - begin;
+        QVERIFY2(taken < LoopStallProbe::budget, qPrintable(QString::number(taken.count())));
+    }
+
     void refusesWhatItDoesNotKnow() {
         Fixture fixture;
         fixture.menu.setMenu({button(u"b"_s, u"B"_s)});

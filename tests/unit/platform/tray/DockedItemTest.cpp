@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 #include <cstdio>
 
@@ -185,6 +186,27 @@ private Q_SLOTS:
         drainEvents();
         tray.resize(window, wideSize(amount, {}));
         QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 50; }));
+    }
+
+    void aWindowMadeAsWideAsCanBeIsNotPaintedAnew() {
+        ScriptedTray tray(name());
+        tray.start();
+        DockedItem item;
+        QVERIFY(docks(item, tray));
+        const auto window = tray.asked()[0];
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 50; }));
+        tray.resize(window, {32'767, 22});
+        const auto windows = QGuiApplication::allWindows();
+        QVERIFY(waitUntil([&] { return windows[0]->width() == 32'767; }));
+        // Painted, text and symbol would stand in the middle, far outside the screen.
+        auto redder = black();
+        redder.colour = Qt::red;
+        item.setFace(amount, redder);
+        QEvent turnToPaint(QEvent::UpdateRequest);
+        QCoreApplication::sendEvent(windows[0], &turnToPaint);
+        QVERIFY(pixelsOf(tray.picture(window), Qt::black) > 50);
+        tray.resize(window, wideSize(amount, {}));
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::red) > 50; }));
     }
 
     void theTraysColourGoesBeforeTheStylesAndIsFollowed() {

@@ -16,8 +16,8 @@ ScriptedTray::ScriptedTray(const QByteArray& display, Manner how)
     const quint32 mask =
         manner == Manner::keepsSquares ? XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT : XCB_EVENT_MASK_NO_EVENT;
     const std::array values{screen->white_pixel, mask};
-    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, left, top, 400, 32, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, left, top, width, height,
+                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
                       XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values.data());
     xcb_map_window(connection.get(), window);
     notifier =
@@ -142,16 +142,16 @@ QImage ScriptedTray::picture(xcb_window_t wanted) {
     if (!shown || !shown->visible) {
         return {};
     }
-    const Owned<xcb_get_image_reply_t> reply(
-        xcb_get_image_reply(connection.get(),
-                            xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, wanted, 0, 0,
-                                          static_cast<quint16>(shown->size.width()),
-                                          static_cast<quint16>(shown->size.height()), ~0U),
-                            nullptr));
+    const auto size = shown->size.boundedTo({width, height});
+    const Owned<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+        connection.get(),
+        xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, wanted, 0, 0,
+                      static_cast<quint16>(size.width()), static_cast<quint16>(size.height()), ~0U),
+        nullptr));
     if (!reply) {
         return {};
     }
-    QImage image(shown->size, QImage::Format_ARGB32_Premultiplied);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
     std::memcpy(image.bits(), xcb_get_image_data(reply.get()), static_cast<std::size_t>(image.sizeInBytes()));
     return image;
 }

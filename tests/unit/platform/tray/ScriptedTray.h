@@ -53,7 +53,7 @@ public:
     /// What the server says of a window; none when it has gone.
     [[nodiscard]] std::optional<Look> look(xcb_window_t window);
 
-    /// What is painted in a visible window.
+    /// What is painted in a visible window, as far as it is within this tray's.
     [[nodiscard]] QImage picture(xcb_window_t window);
 
     void resize(xcb_window_t window, const QSize& size);
@@ -69,6 +69,8 @@ public:
     /// Where the tray's window is on the screen.
     static constexpr int left = 100;
     static constexpr int top = 50;
+    static constexpr int width = 400;
+    static constexpr int height = 32;
 
 private:
     struct Disconnect {
