@@ -38,6 +38,26 @@ def test_key_of_the_portal_brings_the_one_ledger_to_the_front(desktop, watcher):
     windows.wait_for("search")
 
 
+def test_key_works_again_after_the_portal_was_restarted(desktop, watcher):
+    portal = ShortcutsPortal(desktop)
+    quillo = Quillo(desktop)
+    quillo.start(**portal.environment)
+    watcher.wait_for_item()
+    wait_until(lambda: portal.bound, "the shortcut asked for")
+    token = portal.session_token
+    portal.restart()
+    wait_until(lambda: portal.bound, "the shortcut asked for again")
+    assert portal.session_token == token
+    ((shortcut, _),) = portal.bound
+    windows = Windows(desktop)
+
+    def opens():
+        portal.press(shortcut)
+        return windows.titled(TITLE)
+
+    wait_until(opens, "the ledger")
+
+
 def test_without_a_portal_there_is_silently_no_key(desktop, watcher):
     quillo = Quillo(desktop)
     quillo.start(**ShortcutsPortal.environment)

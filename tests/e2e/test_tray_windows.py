@@ -1,12 +1,16 @@
 """The item as a window in the tray of a real panel. What a person sees is kept as pictures in the artefacts."""
 
 import pytest
+from gi.repository import GLib
 
 from harness.popup import Popup
+from harness.program import APPLICATION_ID
 from harness.tray_panel import TrayPanel
 from harness.waiting import wait_until
 
 AMOUNT = "$1,234.57"
+PATH = "/" + APPLICATION_ID.replace(".", "/")
+REFRESH = GLib.Variant("(sava{sv})", ("refresh", [], {}))
 CORNER = "400x40+880+0"
 
 
@@ -47,6 +51,32 @@ def test_window_cut_to_a_square_shows_the_amount_short(quillo, desktop, amount, 
     window = panel.wait_for_window(lambda window: window.width == window.height)
     wait_until(lambda: panel.tones(window)[0] - panel.tones(window)[2] > 100, "the amount in the square")
     desktop.display.screenshot(artefacts / "panel.png", crop=CORNER)
+
+
+def test_amount_that_comes_while_the_panel_stands_still_is_not_cut(quillo, desktop, sandbox, artefacts):
+    """The panel says that the window stays a square only after the program has painted the whole row."""
+    sandbox.scenario(totalOwed=1234.567, pending="none", answers={"timeline": {"status": 503, "times": 1}})
+    panel = TrayPanel(desktop, square=True)
+    panel.start()
+    quillo.start()
+    window = panel.wait_for_window(lambda window: window.width == window.height)
+    sandbox.wait_for_requests(1)
+    quillo.wait_until_idle()
+    symbol = panel.picture(window)
+    with panel.stopped():
+        desktop.bus.call(APPLICATION_ID, PATH, "org.freedesktop.Application", "ActivateAction", REFRESH)
+        sandbox.wait_for_requests(2)
+        quillo.wait_until_idle()
+    wait_until(lambda: panel.picture(window) != symbol, "another picture in the square")
+    quillo.wait_until_idle()
+    desktop.display.screenshot(artefacts / "panel.png", crop=CORNER)
+    shown = panel.picture(window)
+    # A panel that starts when the amount is known shows it as it should be.
+    panel.crash()
+    panel.start()
+    panel.wait_for_window(lambda window: window.width == window.height)
+    wait_until(lambda: panel.picture(window) == shown, "the picture that a new panel shows")
+    assert shown != symbol
 
 
 def test_click_opens_the_programs_own_menu(quillo, desktop, amount, artefacts):

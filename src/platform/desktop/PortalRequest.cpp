@@ -32,7 +32,8 @@ public:
 } // namespace
 
 Task<Response> ask(QDBusConnection bus, Call call, QVariantMap options) {
-    const auto token = newToken();
+    static uint count = 0;
+    const auto token = u"quillo%1"_s.arg(++count);
     options.insert(u"handle_token"_s, token);
     // Listened to before the question is asked: the path follows from the token.
     OpenRequest request(service, handlePath(bus, u"request"_s, token), bus);
@@ -51,11 +52,6 @@ Task<Response> ask(QDBusConnection bus, Call call, QVariantMap options) {
     auto result = co_await answer;
     request.isAnswered = true;
     co_return result;
-}
-
-QString newToken() {
-    static uint count = 0;
-    return u"quillo%1"_s.arg(++count);
 }
 
 QString handlePath(const QDBusConnection& bus, const QString& kind, const QString& token) {

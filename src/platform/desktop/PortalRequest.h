@@ -31,9 +31,6 @@ using Call = std::function<QDBusPendingCall(const QVariantMap& options)>;
 /// Asks, and waits for the answer for as long as the user takes. Dropping the task takes the question back.
 [[nodiscard]] Task<Response> ask(QDBusConnection bus, Call call, QVariantMap options);
 
-/// A word for the path of a request or session, used for the first time.
-[[nodiscard]] QString newToken();
-
 /// The path that a portal makes of a token: `kind` is "request" or "session".
 [[nodiscard]] QString handlePath(const QDBusConnection& bus, const QString& kind, const QString& token);
 

@@ -26,6 +26,8 @@ using Portal = OrgFreedesktopPortalGlobalShortcutsInterface;
 
 /// The only shortcut; it is part of what desktops remember, so it stays as it is.
 const QString shortcutId = u"open-ledger"_s;
+/// So is the session's token: for programs outside a sandbox, Plasma remembers the key by it.
+const QString sessionToken = u"quillo"_s;
 
 /// One shortcut at the portal: asks for it in a session of its own, and tells of its presses.
 class PortalSession final : public HotKeyService::Registration {
@@ -93,7 +95,6 @@ private:
 
     Task<> ask() {
         state = State::asking;
-        const auto sessionToken = portal::newToken();
         sessionPath = portal::handlePath(bus, u"session"_s, sessionToken);
         // Some desktops take the shortcuts here and ignore those of BindShortcuts.
         const QVariantMap options{{u"session_handle_token"_s, sessionToken},
@@ -117,13 +118,15 @@ private:
         auto binding = portal::ask(bus, bind, none);
         const auto bound = co_await binding;
         const auto given = portal::shortcutsOf(bound.results.value(u"shortcuts"_s));
-        const bool isOurs =
-            std::ranges::any_of(given, [](const auto& each) { return each.id == shortcutId; });
-        if (bound.code != portal::Response::success || !isOurs) {
+        const auto ours = std::ranges::find(given, shortcutId, &portal::Shortcut::id);
+        if (bound.code != portal::Response::success || ours == given.end()) {
             giveUp(bound.code);
-            co_return;
+        } else if (ours->properties.value(u"trigger_description"_s, shortcutId).toString().isEmpty()) {
+            // No key, as when another program has it; the next portal may be able to give it.
+            giveUp(portal::Response::notTaken);
+        } else {
+            state = State::bound;
         }
-        state = State::bound;
     }
 
     void giveUp(uint code) {

@@ -6,7 +6,6 @@
 #include <QSocketNotifier>
 
 #include <optional>
-#include <tuple>
 #include <utility>
 
 namespace quillo {
@@ -53,7 +52,7 @@ private:
 
     /// Returns only when the server has done it, so that the key is free for the next registration.
     void ungrab() {
-        std::ignore = forEachGrab([this](xcb_keycode_t key, quint16 modifiers) {
+        (void)forEachGrab([this](xcb_keycode_t key, quint16 modifiers) {
             return xcb_ungrab_key_checked(connection.get(), key, root, modifiers);
         });
         grabs = {};

@@ -16,8 +16,8 @@ namespace {
 const QString carriedIcons = u":/icons/hicolor/symbolic/apps"_s;
 
 QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QFile file(path); // A pipe would be waited for.
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool writeIcon(const QString& path, const QByteArray& icon) {

@@ -44,22 +44,28 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
     } else {
         refuse(parentId);
     }
+    // Plasma asks one level deep, so that it would open a submenu empty and fill it too late to place it.
+    for (const auto& entry : recursionDepth == 1 ? layout.children : QList<dbus::MenuLayout>()) {
+        if (!tree.layout(entry.id, 1, {})->children.isEmpty()) {
+            const auto tell = [this, id = entry.id] { Q_EMIT LayoutUpdated(tree.revision(), id); };
+            QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+        }
+    }
     return tree.revision();
 }
 
 quillo::dbus::MenuItems DBusMenu::GetGroupProperties(const QList<int>& ids,
                                                      const QStringList& propertyNames) {
-    return tree.properties(ids, propertyNames);
+    return tree.properties(tree.once(ids), propertyNames);
 }
 
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
-    const auto value = tree.property(id, name);
-    if (!value) {
-        sendErrorReply(QDBusError::InvalidArgs,
-                       u"The menu has no item %1 with a property of that name"_s.arg(id));
+    const auto found = tree.properties({id}, {name});
+    if (found.isEmpty() || found.first().properties.isEmpty()) {
+        sendErrorReply(QDBusError::InvalidArgs, u"The menu has no item %1 with such a property"_s.arg(id));
         return QDBusVariant(QString());
     }
-    return QDBusVariant(*value);
+    return QDBusVariant(found.first().properties.first());
 }
 
 void DBusMenu::Event(int id, const QString& eventId, const QDBusVariant&, uint) {
@@ -91,7 +97,8 @@ bool DBusMenu::AboutToShow(int id) {
     return false; // changes are announced when they happen; there is nothing to ask for
 }
 
-QList<int> DBusMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors) {
+QList<int> DBusMenu::AboutToShowGroup(const QList<int>& asked, QList<int>& idErrors) {
+    const auto ids = tree.once(asked);
     for (const auto id : ids) {
         if (!tree.contains(id)) {
             idErrors.append(id);

@@ -26,8 +26,11 @@ public:
     /// Replaces the menu and tells panels the difference, if there is one.
     void setMenu(Menu menu);
 
-    /// Which messages count as the menu's opening.
-    void setOpeningSign(OpeningSign sign) noexcept { openingSign = sign; }
+    /// How the panel that is about to ask says that the menu opens, and reads labels.
+    void setHost(const HostTraits& traits) {
+        openingSign = traits.openingSign;
+        tree.setDoubled(traits.doubled);
+    }
 
     uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
                    quillo::dbus::MenuLayout& layout);
@@ -36,7 +39,7 @@ public:
     void Event(int id, const QString& eventId, const QDBusVariant& data, uint timestamp);
     QList<int> EventGroup(const quillo::dbus::MenuEvents& events);
     bool AboutToShow(int id);
-    QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors);
+    QList<int> AboutToShowGroup(const QList<int>& asked, QList<int>& idErrors);
 
 Q_SIGNALS:
     void beganTracking();

@@ -7,12 +7,15 @@
 #include <algorithm>
 #include <chrono>
 
+#include <xcb/xcb.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
 namespace {
 constexpr std::chrono::milliseconds restTime{700}; // as long as toolkits wait before a tool tip
+constexpr int largestSide = 4096;                  // no panel has room for more, and painting takes long
 } // namespace
 
 DockedWindow::DockedWindow(std::function<void()> clear) : clearToParent(std::move(clear)) {
@@ -53,6 +56,12 @@ bool DockedWindow::event(QEvent* event) {
     case QEvent::Leave:
         rest.stop();
         break;
+    case QEvent::UpdateRequest:
+    case QEvent::Paint:
+        if (std::max(width(), height()) > largestSide) {
+            return true;
+        }
+        break;
     default:
         break;
     }
@@ -64,9 +73,19 @@ void DockedWindow::mousePressEvent(QMouseEvent*) {
     Q_EMIT pressed();
 }
 
-void DockedWindow::resizeEvent(QResizeEvent* event) {
-    behind = {};
-    QRasterWindow::resizeEvent(event);
+// Qt tells nothing of a tray that answers a wish for another size by the old one, yet has painted for the
+// wish already. On a later turn: Qt itself takes the size up only after this.
+bool DockedWindow::nativeEvent(const QByteArray&, void* message, qintptr*) {
+    constexpr int sentByClient = 0x80;
+    if ((static_cast<const xcb_generic_event_t*>(message)->response_type & ~sentByClient) ==
+        XCB_CONFIGURE_NOTIFY) {
+        const auto repaint = [this] {
+            behind = {};
+            update();
+        };
+        QMetaObject::invokeMethod(this, repaint, Qt::QueuedConnection);
+    }
+    return false;
 }
 
 void DockedWindow::paintEvent(QPaintEvent*) {

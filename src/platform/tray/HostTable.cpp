@@ -19,19 +19,21 @@ using enum TextWay;
 using enum OnActivate;
 using enum OpeningSign;
 using enum PanelLook;
+using enum Underscores;
 
 // Seen on the panels themselves; what the columns mean stands at the enumerations.
 constexpr std::array rows{
-    Row{u"gnome-shell", {label, requestMenu, openedEvent}},
+    Row{u"gnome-shell", {label, requestMenu, openedEvent, ofDesktop, firstOnly}},
     Row{u"notification-area-applet", {label, requestMenu, any}},
     Row{u"ayatana-indicator-application-service", {label, requestMenu, any}},
     Row{u"waybar", {wideIcon, requestMenu, any, dark}},
     Row{u"gtk-sni-tray-standalone", {wideIcon, requestMenu, any, dark}},
     Row{u"taffybar", {wideIcon, requestMenu, any, dark}},
+    Row{u"xapp-sn-watcher", {wideIcon, requestMenu, any, dark, all, 24, 2}},
     Row{u"wrapper-2.0", {dockedWindow, requestMenu, any}},
-    Row{u"kded5", {square, refuse, any}},
-    Row{u"kded6", {square, refuse, any}},
-    Row{u"plasmashell", {square, refuse, any}},
+    Row{u"kded5", {square, refuse, any, ofPlasma}},
+    Row{u"kded6", {square, refuse, any, ofPlasma}},
+    Row{u"plasmashell", {square, refuse, any, ofPlasma}},
     Row{u"lxqt-panel", {square, requestMenu, any}},
 };
 
@@ -68,6 +70,10 @@ QStringView usualHost(QStringView desktopNames) noexcept {
 
 TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept {
     return windowSystem == WindowSystem::x11 ? dockedWindow : label;
+}
+
+PanelLook lookOfTray(QStringView desktop) noexcept {
+    return desktop.contains(u"Budgie") ? dark : ofDesktop;
 }
 
 } // namespace quillo

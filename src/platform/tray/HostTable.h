@@ -24,10 +24,14 @@ enum class OpeningSign {
     openedEvent, ///< only the event: this panel also sends `AboutToShow` with nobody opening anything
 };
 
+/// Which underscores of an entry's label a panel wants doubled, or it takes them for the mark of a mnemonic.
+enum class Underscores { all, firstOnly };
+
 /// Which colours a panel has while the user prefers neither light nor dark ones.
 enum class PanelLook {
     ofDesktop, ///< those of other programs' windows
     dark,      ///< dark ones of its own
+    ofPlasma,  ///< those of the theme for Plasma's panels, whatever the user prefers for windows
 };
 
 enum class WindowSystem { x11, other };
@@ -37,6 +41,10 @@ struct HostTraits {
     OnActivate onActivate = OnActivate::requestMenu;
     OpeningSign openingSign = OpeningSign::any;
     PanelLook look = PanelLook::ofDesktop;
+    Underscores doubled = Underscores::all;
+    /// In which a wide icon is not blurred, in pixels, and how many times it; some panels scale the largest.
+    int iconHeight = 22;
+    int iconScales = 3;
 
     [[nodiscard]] friend bool operator==(const HostTraits&, const HostTraits&) = default;
 };
@@ -52,5 +60,8 @@ struct HostTraits {
 
 /// The way while nobody owns the watcher's name: an XEmbed tray can still show a docked window.
 [[nodiscard]] TextWay textWayWithoutWatcher(WindowSystem windowSystem) noexcept;
+
+/// Of such a tray that does not tell the colour of its icons; `desktop` is `XDG_CURRENT_DESKTOP`.
+[[nodiscard]] PanelLook lookOfTray(QStringView desktop) noexcept;
 
 } // namespace quillo

@@ -2,6 +2,8 @@
 
 #include "core/PlainText.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <array>
 
@@ -11,52 +13,37 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const std::array modifierNames{std::pair(Qt::ControlModifier, u"Control"_s),
-                               std::pair(Qt::AltModifier, u"Alt"_s), std::pair(Qt::ShiftModifier, u"Shift"_s),
-                               std::pair(Qt::MetaModifier, u"Super"_s)};
-
+/// No key of an entry is "+" itself.
 dbus::Shortcut chords(const QKeySequence& sequence) {
     dbus::Shortcut all;
-    for (int index = 0; index < sequence.count(); ++index) {
-        const auto combination = sequence[static_cast<uint>(index)];
-        QStringList keys;
-        for (const auto& [modifier, name] : modifierNames) {
-            if (combination.keyboardModifiers().testFlag(modifier)) {
-                keys += name;
-            }
-        }
-        keys += QKeySequence(combination.key()).toString(QKeySequence::PortableText);
-        all += keys;
+    for (const auto& chord : sequence.toString(QKeySequence::PortableText).split(u", "_s)) {
+        auto keys = chord.split(u'+');
+        all += keys.replaceInStrings(u"Ctrl"_s, u"Control"_s).replaceInStrings(u"Meta"_s, u"Super"_s);
     }
     return all;
 }
 
-QString disposition(MenuEntry::Style style) {
-    switch (style) {
-    case MenuEntry::Style::normal:
-        break;
-    case MenuEntry::Style::secondary:
-        return u"informative"_s;
-    case MenuEntry::Style::orange:
-        return u"warning"_s;
-    case MenuEntry::Style::red:
-        return u"alert"_s;
+/// In the order of the styles.
+const std::array dispositions{QString(), u"informative"_s, u"alert"_s, u"warning"_s};
+
+/// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself; some panels
+/// look for the first mark only and take every other underscore as it is.
+QString menuLabel(const QString& text, Underscores doubled) {
+    auto label = plainLine(text);
+    if (doubled == Underscores::all) {
+        return label.replace(u'_', u"__"_s);
     }
-    return {};
+    const auto mark = label.indexOf(QRegularExpression(u"_[^_]"_s));
+    return mark < 0 ? label : label.insert(mark, u'_');
 }
 
-/// One line, in which "_" would mark the next character as a mnemonic and "__" stands for itself.
-QString menuLabel(const QString& text) {
-    return plainLine(text).replace(u'_', u"__"_s);
-}
-
-QVariantMap shownProperties(const MenuEntry& entry) {
+QVariantMap shownProperties(const MenuEntry& entry, Underscores doubled) {
     QVariantMap shown;
     if (entry.kind == MenuEntry::Kind::divider) {
         shown[u"type"_s] = u"separator"_s;
         return shown;
     }
-    shown[u"label"_s] = menuLabel(entry.text);
+    shown[u"label"_s] = menuLabel(entry.text, doubled);
     if (entry.kind == MenuEntry::Kind::text) {
         shown[u"enabled"_s] = false;
     }
@@ -73,8 +60,8 @@ QVariantMap shownProperties(const MenuEntry& entry) {
     if (!entry.help.isEmpty()) {
         shown[u"accessible-desc"_s] = plainLine(u"%1. %2"_s.arg(entry.text, entry.help));
     }
-    if (const auto named = disposition(entry.style); !named.isEmpty()) {
-        shown[u"disposition"_s] = named;
+    if (entry.style != MenuEntry::Style::normal) {
+        shown[u"disposition"_s] = dispositions.at(static_cast<std::size_t>(entry.style));
     }
     return shown;
 }
@@ -84,31 +71,12 @@ QVariantMap selected(const QVariantMap& properties, const QStringList& names) {
         return properties;
     }
     QVariantMap wanted;
-    for (const auto& name : names) {
+    for (const auto& name : names.mid(0, 32)) { // twice as many as the protocol has
         if (const auto found = properties.constFind(name); found != properties.cend()) {
             wanted.insert(name, *found);
         }
     }
     return wanted;
-}
-
-// The defaults of the properties that libdbusmenu documents.
-const QVariantMap& defaults() {
-    static const QVariantMap values{
-        {u"type"_s, u"standard"_s},
-        {u"label"_s, QString()},
-        {u"enabled"_s, true},
-        {u"visible"_s, true},
-        {u"icon-name"_s, QString()},
-        {u"icon-data"_s, QByteArray()},
-        {u"accessible-desc"_s, QString()},
-        {u"toggle-type"_s, QString()},
-        {u"toggle-state"_s, -1},
-        {u"children-display"_s, QString()},
-        {u"shortcut"_s, QVariant::fromValue(dbus::Shortcut())},
-        {u"disposition"_s, u"normal"_s},
-    };
-    return values;
 }
 
 void compare(int id, const QVariantMap& before, const QVariantMap& after, MenuTree::Change& change) {
@@ -150,6 +118,15 @@ MenuTree::Change MenuTree::replace(Menu menu) {
     return change;
 }
 
+void MenuTree::setDoubled(Underscores underscores) {
+    doubled = underscores;
+    for (auto* node : std::as_const(nodes)) {
+        if (node != &top) {
+            node->properties = shownProperties(node->entry, doubled);
+        }
+    }
+}
+
 std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
     auto node = std::make_unique<Node>();
     node->id = ++lastId;
@@ -161,7 +138,7 @@ std::unique_ptr<MenuTree::Node> MenuTree::create(MenuEntry entry) {
 
 void MenuTree::update(Node& node, MenuEntry entry, Change& change) {
     auto children = std::exchange(entry.children, {});
-    auto properties = shownProperties(entry);
+    auto properties = shownProperties(entry, doubled);
     compare(node.id, node.properties, properties, change);
     node.properties = std::move(properties);
     node.entry = std::move(entry);
@@ -228,6 +205,16 @@ std::optional<dbus::MenuLayout> MenuTree::layout(int id, int depth, const QStrin
     return layout(*node, depth, names);
 }
 
+QList<int> MenuTree::once(const QList<int>& ids) const {
+    QList<int> distinct;
+    for (const auto id : ids.mid(0, nodes.size())) {
+        if (!distinct.contains(id)) {
+            distinct.append(id);
+        }
+    }
+    return distinct;
+}
+
 dbus::MenuItems MenuTree::properties(const QList<int>& ids, const QStringList& names) const {
     dbus::MenuItems items;
     for (const auto id : ids.isEmpty() ? nodes.keys() : ids) {
@@ -236,14 +223,6 @@ dbus::MenuItems MenuTree::properties(const QList<int>& ids, const QStringList& n
         }
     }
     return items;
-}
-
-std::optional<QVariant> MenuTree::property(int id, const QString& name) const {
-    const auto* node = nodes.value(id);
-    if (!node || !defaults().contains(name)) {
-        return std::nullopt;
-    }
-    return node->properties.value(name, defaults().value(name));
 }
 
 std::function<void()> MenuTree::action(int id) const {

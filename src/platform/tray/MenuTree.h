@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/tray/DBusTypes.h"
+#include "platform/tray/HostTable.h"
 #include "platform/tray/MenuEntry.h"
 
 #include <QHash>
@@ -37,10 +38,16 @@ public:
     /// Shows `menu` from now on. The change is empty when it shows the same as before.
     Change replace(Menu menu);
 
+    /// For a panel that has read nothing yet: it is no change.
+    void setDoubled(Underscores underscores);
+
     /// Rises by one with every change of the layout.
     [[nodiscard]] uint revision() const noexcept { return currentRevision; }
 
     [[nodiscard]] bool contains(int id) const { return nodes.contains(id); }
+
+    /// Each of `ids` once, of no more than there are entries: a message may hold millions.
+    [[nodiscard]] QList<int> once(const QList<int>& ids) const;
 
     /// The entry with its children down to `depth` levels, all for a negative one, and of their properties
     /// those that are named, all for an empty list. Absent for an unknown id.
@@ -48,9 +55,6 @@ public:
 
     /// The properties of the known ones among `ids`, of all entries when it is empty.
     [[nodiscard]] dbus::MenuItems properties(const QList<int>& ids, const QStringList& names) const;
-
-    /// One property, also when it is at its default. Absent for an unknown id or name.
-    [[nodiscard]] std::optional<QVariant> property(int id, const QString& name) const;
 
     /// What choosing the entry does now; empty where there is nothing to do.
     [[nodiscard]] std::function<void()> action(int id) const;
@@ -71,6 +75,7 @@ private:
 
     Node top;
     QHash<int, Node*> nodes;
+    Underscores doubled = Underscores::all;
     int lastId = root;
     uint currentRevision = 1;
 };

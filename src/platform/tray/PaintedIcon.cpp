@@ -19,7 +19,6 @@ namespace {
 constexpr int symbolSize = 16;
 constexpr int gap = 4;
 constexpr qreal widestText = 400;
-constexpr std::array scales{1, 2, 3};
 // Panels' usual sizes, and two and three times the first.
 constexpr std::array squareSizes{16, 22, 24, 32, 44, 48, 66};
 
@@ -153,10 +152,11 @@ void paintSquare(QPainter& painter, const QRectF& area, const ItemFace& face, co
     painter.drawText(QPointF(origin.x(), snapped(origin.y(), painter)), face.shortText);
 }
 
-dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style) {
+dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style, int height, int scales) {
     dbus::Pixmaps pixmaps;
-    for (const int scale : scales) {
-        pixmaps += picture(wideSize(face, style.font), scale, [&](QPainter& painter, const QRectF& area) {
+    for (int scale = 1; scale <= scales; ++scale) {
+        const qreal ratio = scale * height / static_cast<qreal>(paintedHeight);
+        pixmaps += picture(wideSize(face, style.font), ratio, [&](QPainter& painter, const QRectF& area) {
             paintWide(painter, area, face, style);
         });
     }

@@ -46,8 +46,9 @@ void paintWide(QPainter& painter, const QRectF& area, const ItemFace& face, cons
 /// Paints the short text as large as it fits into the square `area`, or the symbol.
 void paintSquare(QPainter& painter, const QRectF& area, const ItemFace& face, const PaintStyle& style);
 
-/// Symbol and text in one row at one, two and three times `paintedHeight`.
-[[nodiscard]] dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style);
+/// Symbol and text in one row, `height` pixels high and up to `scales` times that.
+[[nodiscard]] dbus::Pixmaps wideIcons(const ItemFace& face, const PaintStyle& style,
+                                      int height = paintedHeight, int scales = 3);
 
 /// The square in every size that panels use.
 [[nodiscard]] dbus::Pixmaps squareIcons(const ItemFace& face, const PaintStyle& style);

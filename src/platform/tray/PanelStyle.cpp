@@ -7,6 +7,8 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QSettings>
+#include <QStandardPaths>
 
 namespace quillo {
 
@@ -25,6 +27,17 @@ const QString colourSchemeKey = u"color-scheme"_s;
 constexpr QColor darkInk(0x2e, 0x34, 0x36);
 constexpr QColor lightInk(0xf2, 0xf2, 0xf2);
 
+/// Invalid where the theme has no colours of its own, and Plasma's panel those of windows.
+QColor plasmaInk() {
+    using enum QStandardPaths::StandardLocation;
+    const QSettings panel(QStandardPaths::locate(GenericConfigLocation, u"plasmarc"_s), QSettings::IniFormat);
+    const auto theme = panel.value(u"Theme/name"_s, u"default"_s).toString();
+    const auto file = u"plasma/desktoptheme/%1/colors"_s.arg(theme);
+    const QSettings colours(QStandardPaths::locate(GenericDataLocation, file), QSettings::IniFormat);
+    const auto ink = colours.value(u"Colors:Window/ForegroundNormal"_s).toStringList();
+    return ink.size() < 3 ? QColor() : QColor(ink[0].toInt(), ink[1].toInt(), ink[2].toInt());
+}
+
 } // namespace
 
 PanelStyle::PanelStyle(const QDBusConnection& connection, PanelLook panelLook)
@@ -41,7 +54,8 @@ PaintStyle PanelStyle::style() const {
     if (preference != Preference::none) {
         dark = preference == Preference::dark;
     }
-    return {QGuiApplication::font(), dark ? lightInk : darkInk};
+    const auto ofTheme = look == PanelLook::ofPlasma ? plasmaInk() : QColor();
+    return {QGuiApplication::font(), ofTheme.isValid() ? ofTheme : dark ? lightInk : darkInk};
 }
 
 // `Read` is deprecated for `ReadOne`, which portals before 1.17 do not know; it wraps the value twice.

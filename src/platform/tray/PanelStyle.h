@@ -12,9 +12,9 @@ namespace quillo {
 
 /// What painted icons look like: the desktop's font, and a colour for the panel's light or dark background.
 ///
-/// No panel tells its colours over the bus. The user's preference for light or dark colours decides
-/// (`org.freedesktop.appearance`, `color-scheme`, of the settings portal), followed as it changes; without
-/// one, what is known of the panel, else the application's palette.
+/// No panel tells its colours over the bus. Plasma's are in a file of its theme. Elsewhere the user's
+/// preference for light or dark ones decides (`org.freedesktop.appearance`, `color-scheme`, of the settings
+/// portal), followed as it changes; without one, what is known of the panel, else the application's palette.
 class PanelStyle final : public QObject {
     Q_OBJECT
 public:

@@ -9,6 +9,7 @@
 #include "platform/tray/StatusNotifierItem.h"
 
 #include <QGuiApplication>
+#include <QRegularExpression>
 
 #include <chrono>
 
@@ -24,17 +25,6 @@ WindowSystem currentWindowSystem() {
 
 // A panel's tray for windows starts with its watcher, or a moment later.
 constexpr std::chrono::seconds longestTrayWait{3};
-
-/// The widest text to be expected in place of `text`; panels reserve its width, so that their other items do
-/// not move with every change.
-QString withWidestDigits(QString text) {
-    for (auto& character : text) {
-        if (character.isDigit()) {
-            character = u'8';
-        }
-    }
-    return text;
-}
 
 } // namespace
 
@@ -83,7 +73,7 @@ bool StatusItem::isOnPanel() const noexcept {
 void StatusItem::serve(const HostTraits& traits) {
     host = traits;
     item->setOnActivate(traits.onActivate);
-    menu->setOpeningSign(traits.openingSign);
+    menu->setHost(traits);
     setWay(traits.textWay, traits.look);
     if (way == TextWay::dockedWindow) {
         trayWait.start();
@@ -129,7 +119,8 @@ void StatusItem::onDockingChanged() {
     switch (docked->state()) {
     case DockedItem::State::docking:
         trayWait.stop();
-        paint = std::make_unique<PanelStyle>(connection, PanelLook::ofDesktop);
+        paint =
+            std::make_unique<PanelStyle>(connection, lookOfTray(qEnvironmentVariable("XDG_CURRENT_DESKTOP")));
         connect(paint.get(), &PanelStyle::changed, this, &StatusItem::render);
         render();
         break;
@@ -167,7 +158,7 @@ void StatusItem::render() {
         appearance.iconPixmaps = squareIcons(shown, paint->style());
         break;
     case TextWay::wideIcon:
-        appearance.iconPixmaps = wideIcons(shown, paint->style());
+        appearance.iconPixmaps = wideIcons(shown, paint->style(), host->iconHeight, host->iconScales);
         break;
     case TextWay::dockedWindow:
         if (docked && paint) {
@@ -177,7 +168,9 @@ void StatusItem::render() {
     case TextWay::label:
         appearance.iconName = symbolIconName(face.symbol);
         appearance.label = shown.text;
-        appearance.labelGuide = withWidestDigits(shown.text);
+        // The widest text to be expected here: panels reserve its width, so that their other items do not
+        // move with every change.
+        appearance.labelGuide = QString(shown.text).replace(QRegularExpression(u"\\p{Nd}"_s), u"8"_s);
         break;
     }
     item->setAppearance(appearance);

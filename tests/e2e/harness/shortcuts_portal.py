@@ -3,8 +3,10 @@
 from gi.repository import Gio, GLib
 
 from .processes import Child
+from .waiting import wait_until
 
 _FRONT_END = "/usr/libexec/xdg-desktop-portal"
+_FRONT_END_NAME = "org.freedesktop.portal.Desktop"
 _NAME = "org.freedesktop.impl.portal.desktop.quillotest"
 _PATH = "/org/freedesktop/portal/desktop"
 _SHORTCUTS = "org.freedesktop.impl.portal.GlobalShortcuts"
@@ -45,13 +47,30 @@ class ShortcutsPortal:
         portals = desktop.folder / "portals"
         portals.mkdir()
         (portals / "quillotest.portal").write_text(_DESCRIPTION)
-        environment = {
+        self._desktop = desktop
+        self._environment = {
             **desktop.environment,
             "XDG_DESKTOP_PORTAL_DIR": str(portals),
             "XDG_CURRENT_DESKTOP": "quillotest",
         }
-        desktop.keep(Child([_FRONT_END], environment=environment, log=desktop.folder / "portal.log"))
-        desktop.bus.wait_for_owner("org.freedesktop.portal.Desktop")
+        self._start()
+
+    def _start(self):
+        log = self._desktop.folder / "portal.log"
+        self._front_end = self._desktop.keep(Child([_FRONT_END], environment=self._environment, log=log))
+        self._desktop.bus.wait_for_owner(_FRONT_END_NAME)
+
+    def restart(self):
+        """Ends the front end, with all its sessions, and starts another."""
+        self._front_end.stop()
+        wait_until(lambda: not self._desktop.bus.has_owner(_FRONT_END_NAME), "the end of the portal")
+        self.bound = []
+        self._start()
+
+    @property
+    def session_token(self):
+        """What the program named its session, by which desktops remember the key."""
+        return self._session.rpartition("/")[2]
 
     def press(self, shortcut, *, repeats=0):
         """Presses the shortcut's key, which says so again and again while it is held, and lets it go."""

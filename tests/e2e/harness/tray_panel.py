@@ -1,6 +1,9 @@
 """A real panel whose tray takes windows and items but shows no labels: xfce4-panel with the systray plugin."""
 
+import contextlib
+import os
 import re
+import signal
 import subprocess
 from dataclasses import dataclass
 
@@ -72,6 +75,24 @@ class TrayPanel:
         picture += ["-crop", f"{window.width}x{window.height}+{window.x}+{window.y}", "+repage"]
         grey = self._run(*picture, "-depth", "8", "-colorspace", "Gray", "gray:-")
         return grey[0], max(grey), min(grey)
+
+    def picture(self, window):
+        """The pixels that a person sees in the window's place."""
+        place = f"{window.width}x{window.height}+{window.x}+{window.y}"
+        command = ["import", "-display", self._desktop.display.name, "-window", "root", "-crop", place, "+repage"]
+        return self._run(*command, "-depth", "8", "rgb:-")
+
+    @contextlib.contextmanager
+    def stopped(self):
+        """The tray stands still, as on a busy machine: what it is asked meanwhile reaches it all at once."""
+        owner = GLib.Variant("(s)", (NAME,))
+        bus = "org.freedesktop.DBus"
+        (process,) = self._desktop.bus.call(bus, "/org/freedesktop/DBus", bus, "GetConnectionUnixProcessID", owner)
+        os.kill(process, signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            os.kill(process, signal.SIGCONT)
 
     def _run(self, *command):
         return subprocess.run(

@@ -126,6 +126,8 @@ struct Desktop : Keys {
         return noticed;
     }
 
+    [[nodiscard]] QString sessionToken() const { return backEnd.session.section(u'/', -1); }
+
     QTemporaryDir folder = {};
     ScriptedBackEnd backEnd{bus.connect()};
     std::optional<ChildProcess> frontEnd = {};
@@ -241,11 +243,42 @@ private Q_SLOTS:
         QVERIFY(desktop.registerAndUse());
         desktop.backEnd.activate(openLedger);
         QVERIFY(waitUntil([&] { return desktop.tokens.size() == 1; }));
+        const auto token = desktop.sessionToken();
         desktop.backEnd.session.clear();
         desktop.restartFrontEnd();
         // The key that was down when the portal vanished counts as released.
         QVERIFY(desktop.useUntilNoticed());
         QCOMPARE(desktop.backEnd.created, 2);
+        QCOMPARE(desktop.backEnd.bindings, 2);
+        QCOMPARE(desktop.sessionToken(), token);
+    }
+
+    void everyStartUsesTheSameSessionTokenSoThatTheDesktopRemembersOneKey() {
+        QStringList tokens;
+        for (int start = 0; start < 2; ++start) {
+            Desktop desktop;
+            QVERIFY(desktop.registerAndUse());
+            tokens << desktop.sessionToken();
+            desktop.registration.reset();
+            QVERIFY(waitUntil([&] { return desktop.backEnd.closed == 1; }));
+            QVERIFY(desktop.registerAndUse());
+            tokens << desktop.sessionToken();
+        }
+        QCOMPARE(tokens.count(tokens.constFirst()), 4);
+    }
+
+    void shortcutWithoutAKeyIsNotBoundAndAskedForAgainWithTheNextPortal() {
+        Desktop desktop;
+        desktop.backEnd.bound = portal::Shortcuts{{openLedger, {{u"trigger_description"_s, u""_s}}}};
+        desktop.registerKey();
+        QVERIFY(waitUntil([&] { return desktop.backEnd.closed == 1; }));
+        desktop.backEnd.activate(openLedger);
+        desktop.settle();
+        QCOMPARE(desktop.tokens, QStringList());
+        desktop.backEnd.bound = portal::Shortcuts{{openLedger, {{u"trigger_description"_s, u"Meta+R"_s}}}};
+        desktop.backEnd.session.clear();
+        desktop.restartFrontEnd();
+        QVERIFY(desktop.useUntilNoticed());
     }
 
     void portalThatComesLaterIsAskedThen() {

@@ -4,9 +4,13 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QXmlStreamReader>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
@@ -74,6 +78,18 @@ private Q_SLOTS:
         qunsetenv("FLATPAK_ID");
         QCOMPARE(folder, runtime.filePath(u"app/app.quillo.Quillo/icons"_s));
         QVERIFY(QFile::exists(folder + u'/' + iconFile(u"creditcard"_s)));
+    }
+
+    void aPipeAmongTheIconsIsReplacedAndNotWaitedFor() {
+        const QTemporaryDir base;
+        const auto path = base.filePath(iconFile(u"creditcard"_s));
+        QCOMPARE(mkfifo(qPrintable(path), 0600), 0);
+        // Reading a pipe without a writer would wait for ever; a signal ends that.
+        alarm(20);
+        QVERIFY(writeIcons(base.path()));
+        alarm(0);
+        QVERIFY(QFileInfo(path).isFile());
+        QCOMPARE(contents(path), contents(carriedIcon(u"creditcard"_s)));
     }
 
     void mendsWhatIsDamagedAndLeavesWhatIsRight() {

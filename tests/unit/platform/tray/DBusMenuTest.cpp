@@ -150,6 +150,54 @@ private Q_SLOTS:
         QCOMPARE(sub.children.size(), 20);
     }
 
+    void submenusAreAnnouncedToAPanelThatHasAskedForOneLevelOnly() {
+        Fixture fixture;
+        fixture.menu.setMenu(longMenu());
+        (void)fixture.panel.takeSignals();
+        const auto [revision, root] = fixture.panel.layout(0, 1);
+        const auto sub = root.children[0].id;
+        QList<QVariantList> told;
+        for (const auto& message : fixture.panel.takeSignals()) {
+            QCOMPARE(message.member(), u"LayoutUpdated"_s);
+            told << message.arguments();
+        }
+        QCOMPARE(told, (QList<QVariantList>{{revision, sub}}));
+        // What the panel asks then, and a panel that asks for everything, is told no more.
+        (void)fixture.panel.layout(sub, 1);
+        (void)fixture.panel.layout(0, -1);
+        QCOMPARE(fixture.signalNames(), QStringList());
+    }
+
+    void aMillionIdsInOneMessageDoNotFreezeTheProgram_data() {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<int>("id");
+        for (const auto& method : {u"GetGroupProperties"_s, u"AboutToShowGroup"_s}) {
+            QTest::addRow("%s, known", qPrintable(method)) << method << 1;
+            QTest::addRow("%s, unknown", qPrintable(method)) << method << 4711;
+        }
+    }
+
+    void aMillionIdsInOneMessageDoNotFreezeTheProgram() {
+        QFETCH(QString, method);
+        QFETCH(int, id);
+        DBusMenu menu;
+        menu.setMenu(longMenu());
+        const int known = 1;
+        QList<int> ids(1'000'000, id);
+        ids.first() = known;
+        const QStringList names(1'000'000, u"label"_s);
+        const auto begin = processorTime();
+        if (method == u"GetGroupProperties") {
+            QCOMPARE(menu.GetGroupProperties(ids, names).size(), 1);
+        } else {
+            QList<int> unknown;
+            QCOMPARE(menu.AboutToShowGroup(ids, unknown), QList<int>());
+            QCOMPARE(unknown, id == known ? QList<int>() : QList{id});
+        }
+        const auto taken = processorTime() - begin;
+        QVERIFY2(taken < LoopStallProbe::budget, qPrintable(QString::number(taken.count())));
+    }
+
     void refusesWhatItDoesNotKnow() {
         Fixture fixture;
         fixture.menu.setMenu({button(u"b"_s, u"B"_s)});
@@ -368,7 +416,7 @@ private Q_SLOTS:
 
     void aPanelThatAsksWithNobodyOpeningIsTakenAtItsEventsOnly() {
         Fixture fixture;
-        fixture.menu.setOpeningSign(OpeningSign::openedEvent);
+        fixture.menu.setHost({.openingSign = OpeningSign::openedEvent});
         sayOpening(fixture, u"AboutToShow"_s);
         sayOpening(fixture, u"AboutToShowGroup"_s);
         drainEvents();

@@ -5,8 +5,10 @@
 #include "support/VirtualDisplay.h"
 
 #include <QGuiApplication>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 #include <cstdio>
 
@@ -152,6 +154,27 @@ private Q_SLOTS:
         }));
     }
 
+    void anAmountIsNotCutInATrayThatKeepsTheWindowsSizeAfterItWasPainted() {
+        ScriptedTray tray(name(), Manner::keepsSquares);
+        tray.start();
+        DockedItem item;
+        item.setFace({u"hourglass"_s, u"Quillo…"_s, {}}, black());
+        QVERIFY(waitUntil([&] { return item.state() == State::docked && tray.count() == 1; }));
+        const auto window = tray.asked()[0];
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 20; }));
+        const auto symbol = tray.picture(window);
+        item.setFace(amount, black());
+        QVERIFY(waitUntil([&] { return tray.picture(window) != symbol; }));
+        tray.refuseSize(window);
+        QImage expected(ScriptedTray::square, ScriptedTray::square, QImage::Format_RGB32);
+        expected.fill(Qt::white);
+        QPainter painter(&expected);
+        paintSquare(painter, expected.rect(), amount, black());
+        painter.end();
+        QVERIFY(waitUntil(
+            [&] { return tray.picture(window).convertToFormat(QImage::Format_RGB32) == expected; }));
+    }
+
     void aWindowMadeAsSmallAsCanBeHarmsNothing() {
         ScriptedTray tray(name());
         tray.start();
@@ -163,6 +186,27 @@ private Q_SLOTS:
         drainEvents();
         tray.resize(window, wideSize(amount, {}));
         QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 50; }));
+    }
+
+    void aWindowMadeAsWideAsCanBeIsNotPaintedAnew() {
+        ScriptedTray tray(name());
+        tray.start();
+        DockedItem item;
+        QVERIFY(docks(item, tray));
+        const auto window = tray.asked()[0];
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::black) > 50; }));
+        tray.resize(window, {32'767, 22});
+        const auto windows = QGuiApplication::allWindows();
+        QVERIFY(waitUntil([&] { return windows[0]->width() == 32'767; }));
+        // Painted, text and symbol would stand in the middle, far outside the screen.
+        auto redder = black();
+        redder.colour = Qt::red;
+        item.setFace(amount, redder);
+        QEvent turnToPaint(QEvent::UpdateRequest);
+        QCoreApplication::sendEvent(windows[0], &turnToPaint);
+        QVERIFY(pixelsOf(tray.picture(window), Qt::black) > 50);
+        tray.resize(window, wideSize(amount, {}));
+        QVERIFY(waitUntil([&] { return pixelsOf(tray.picture(window), Qt::red) > 50; }));
     }
 
     void theTraysColourGoesBeforeTheStylesAndIsFollowed() {

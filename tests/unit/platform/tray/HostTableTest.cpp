@@ -17,6 +17,13 @@ private Q_SLOTS:
         QCOMPARE(hostTraits(u"wrapper-2.0", WindowSystem::other).textWay, TextWay::square);
     }
 
+    void cinnamonsWatcherWhichIgnoresLabelsGetsAWideIcon() {
+        const auto traits = hostTraits(u"xapp-sn-watcher", WindowSystem::x11);
+        QCOMPARE(traits.textWay, TextWay::wideIcon);
+        QCOMPARE(traits.iconHeight, 24);
+        QVERIFY(hostTraits(u"xapp-sn-watcher", WindowSystem::other) == traits);
+    }
+
     void aPanelThatIsNotKnownGetsALabel() {
         for (const auto& executable : {u"some-panel"_s, u""_s, u"Waybar"_s, u"waybar2"_s, u"kded"_s}) {
             QVERIFY(hostTraits(executable, WindowSystem::x11) == HostTraits());
@@ -31,6 +38,12 @@ private Q_SLOTS:
         QCOMPARE(usualHost(u"XFCE"), u"wrapper-2.0");
         QVERIFY(usualHost(u"GNOME-Flashback:Unity").isEmpty());
         QVERIFY(usualHost(u"").isEmpty());
+    }
+
+    void budgiesTrayWhichTellsNoColoursIsDark() {
+        QCOMPARE(lookOfTray(u"Budgie:GNOME"), PanelLook::dark);
+        QCOMPARE(lookOfTray(u"XFCE"), PanelLook::ofDesktop);
+        QCOMPARE(lookOfTray(u""), PanelLook::ofDesktop);
     }
 
     void withoutAWatcherOnlyAnX11TrayCanShowAnything() {

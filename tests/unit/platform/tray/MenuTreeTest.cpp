@@ -1,6 +1,7 @@
 #include "platform/tray/MenuTree.h"
 #include "support/TestMain.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -85,7 +86,7 @@ private Q_SLOTS:
                  (dbus::Shortcut{{u"Control"_s, u"Shift"_s, u"R"_s}}));
         entry.shortcut = QKeySequence(Qt::ALT | Qt::META | Qt::Key_F5);
         QCOMPARE(propertiesOf(entry).value(u"shortcut"_s).value<dbus::Shortcut>(),
-                 (dbus::Shortcut{{u"Alt"_s, u"Super"_s, u"F5"_s}}));
+                 (dbus::Shortcut{{u"Super"_s, u"Alt"_s, u"F5"_s}}));
     }
 
     void helpFollowsTheTextForAssistiveTechnologies() {
@@ -247,15 +248,35 @@ private Q_SLOTS:
         QCOMPARE(tree.properties({}, {}).size(), 7);
     }
 
-    void onePropertyIsGivenAlsoAtItsDefault() {
+    void underscoresAreShownOnceByPanelsThatLookForTheFirstMarkOnly_data() {
+        QTest::addColumn<QString>("text");
+        for (const auto& text :
+             {u"none"_s, u"A_B"_s, u"A_B_C_D"_s, u"_A_"_s, u"A__B_C"_s, u"A_"_s, u"__"_s}) {
+            QTest::newRow(qPrintable(text)) << text;
+        }
+    }
+
+    void underscoresAreShownOnceByPanelsThatLookForTheFirstMarkOnly() {
+        QFETCH(QString, text);
         MenuTree tree;
-        tree.replace(sample());
-        const auto quit = layoutOf(tree).children[3].id;
-        QCOMPARE(tree.property(quit, u"label"_s), std::optional<QVariant>(u"Quit"_s));
-        QCOMPARE(tree.property(quit, u"enabled"_s), std::optional<QVariant>(true));
-        QCOMPARE(tree.property(quit, u"toggle-state"_s), std::optional<QVariant>(-1));
-        QVERIFY(!tree.property(quit, u"price"_s));
-        QVERIFY(!tree.property(4711, u"label"_s));
+        tree.replace({submenu(u"s"_s, text, {line(u"l"_s, text)})});
+        tree.setDoubled(Underscores::firstOnly);
+        const auto asShown = [](const dbus::MenuLayout& entry) {
+            auto label = entry.properties.value(u"label"_s).toString();
+            if (const auto mark = label.indexOf(QRegularExpression(u"_[^_]"_s)); mark >= 0) {
+                label.remove(mark, 1);
+            }
+            return label;
+        };
+        const auto entry = layoutOf(tree).children[0];
+        QCOMPARE(asShown(entry), text);
+        QCOMPARE(asShown(entry.children[0]), text);
+        // What the panel has read already is no news.
+        QVERIFY(isEmpty(tree.replace({submenu(u"s"_s, text, {line(u"l"_s, text)})})));
+        tree.setDoubled(Underscores::all);
+        QCOMPARE(layoutOf(tree).children[0].properties.value(u"label"_s).toString().replace(u"__"_s, u"_"_s),
+                 text);
+        QCOMPARE(layoutOf(tree).properties, (QVariantMap{{u"children-display"_s, u"submenu"_s}}));
     }
 
     void onlyButtonsDoAnything() {

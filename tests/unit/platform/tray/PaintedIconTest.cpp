@@ -55,6 +55,32 @@ private Q_SLOTS:
         QCOMPARE(sizesOf(wideIcons(amount, {})), (QList{size, size * 2, size * 3}));
     }
 
+    void aRowIsPaintedInTheHeightThatThePanelShowsAndNotScaledFromAnother() {
+        const auto rows = wideIcons(amount, {}, 24, 2);
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows[0].height, 24);
+        QCOMPARE(rows[1].height, 48);
+        // Strokes that were painted for these pixels have steeper edges than scaled ones.
+        const auto steepness = [](const QImage& image) {
+            qint64 sum = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 1; x < image.width(); ++x) {
+                    const qint64 step = qAlpha(image.pixel(x, y)) - qAlpha(image.pixel(x - 1, y));
+                    sum += step * step;
+                }
+            }
+            return sum;
+        };
+        for (const auto& row : rows) {
+            const auto image = imageOf(row);
+            const auto scaled = imageOf(wideIcons(amount, {}).last())
+                                    .scaled(image.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            QVERIFY(steepness(image) > steepness(scaled) * 11 / 10);
+            const auto ink = inkOf(image);
+            QVERIFY(ink.top() > 0 && ink.bottom() < image.height() - 1 && ink.right() < image.width());
+        }
+    }
+
     void aSquareComesInEverySizeOfPanels() {
         QList<QSize> expected;
         for (const int side : {16, 22, 24, 32, 44, 48, 66}) {

@@ -7,10 +7,15 @@
 #include <QDBusContext>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace quillo;
@@ -59,6 +64,16 @@ bool isLight(const PaintStyle& style) {
     return style.colour.lightness() > 128;
 }
 
+/// Where settings and themes are looked for.
+constexpr std::array folders{"XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_DATA_HOME", "XDG_DATA_DIRS"};
+
+void write(const QString& path, const QByteArray& text) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
+        qFatal("%s is not written", qPrintable(path));
+    }
+}
+
 struct Fixture {
     explicit Fixture(const QVariant& answer, PanelLook look = PanelLook::ofDesktop)
         : portal(bus.connect(), answer), style(bus.connect(), look) {}
@@ -79,7 +94,12 @@ class PanelStyleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { QGuiApplication::setPalette(QPalette()); }
+    void cleanup() {
+        QGuiApplication::setPalette(QPalette());
+        for (const auto* const name : folders) {
+            qunsetenv(name);
+        }
+    }
 
     void thePreferenceDecides_data() {
         QTest::addColumn<QVariant>("preference");
@@ -104,6 +124,42 @@ private Q_SLOTS:
         Fixture fixture(preference, look);
         QVERIFY(fixture.wasAsked());
         QVERIFY(waitUntil([&] { return isLight(fixture.style.style()) == light; }));
+    }
+
+    void onPlasmaThePanelsOwnThemeGoesBeforeThePreferenceForWindows_data() {
+        QTest::addColumn<QByteArray>("chosen");
+        QTest::addColumn<QByteArray>("colours");
+        QTest::addColumn<QColor>("ink");
+        const QColor ofPreference(0x2e, 0x34, 0x36);
+        const QByteArray chosen = "[Theme]\nname=twilight\n";
+        const QByteArray light =
+            "[Colors:View]\nForegroundNormal=1,2,3\n[Colors:Window]\nForegroundNormal=239,240,241\n";
+        QTest::newRow("light ink") << chosen << light << QColor(239, 240, 241);
+        QTest::newRow("with opacity")
+            << chosen << QByteArray("[Colors:Window]\nForegroundNormal=9,8,7,255\n") << QColor(9, 8, 7);
+        QTest::newRow("another theme") << QByteArray("[Theme]\nname=other\n") << light << ofPreference;
+        QTest::newRow("none chosen") << QByteArray() << light << ofPreference;
+        QTest::newRow("no colours") << chosen << QByteArray() << ofPreference;
+        QTest::newRow("no colour") << chosen << QByteArray("[Colors:Window]\nForegroundNormal=red\n")
+                                   << ofPreference;
+    }
+
+    void onPlasmaThePanelsOwnThemeGoesBeforeThePreferenceForWindows() {
+        QFETCH(QByteArray, chosen);
+        QFETCH(QByteArray, colours);
+        QFETCH(QColor, ink);
+        const QTemporaryDir home;
+        for (const auto* const name : folders) {
+            qputenv(name, home.path().toUtf8());
+        }
+        const auto themes = home.filePath(u"plasma/desktoptheme/twilight"_s);
+        QVERIFY(QDir().mkpath(themes));
+        write(home.filePath(u"plasmarc"_s), chosen);
+        write(themes + u"/colors"_s, colours);
+        Fixture fixture(2U, PanelLook::ofPlasma);
+        QVERIFY(fixture.wasAsked());
+        drainEvents();
+        QCOMPARE(fixture.style.style().colour, ink);
     }
 
     void aChangedPreferenceIsFollowedAndAnnouncedOnce() {

@@ -13,9 +13,12 @@ ScriptedTray::ScriptedTray(const QByteArray& display, Manner how)
     : manner(how), connection(xcb_connect(display.constData(), nullptr)) {
     screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
     window = xcb_generate_id(connection.get());
-    const std::array values{screen->white_pixel};
-    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, left, top, 400, 32, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL, values.data());
+    const quint32 mask =
+        manner == Manner::keepsSquares ? XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT : XCB_EVENT_MASK_NO_EVENT;
+    const std::array values{screen->white_pixel, mask};
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, left, top, width, height,
+                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                      XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values.data());
     xcb_map_window(connection.get(), window);
     notifier =
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection.get()), QSocketNotifier::Read);
@@ -85,6 +88,9 @@ void ScriptedTray::takeEvents() {
 void ScriptedTray::take(xcb_window_t wanted) {
     windows.push_back(wanted);
     switch (manner) {
+    case Manner::keepsSquares:
+        resize(wanted, {square, square});
+        [[fallthrough]];
     case Manner::takes:
         xcb_change_save_set(connection.get(), XCB_SET_MODE_INSERT, wanted);
         xcb_reparent_window(connection.get(), wanted, window, 0, 0);
@@ -97,6 +103,18 @@ void ScriptedTray::take(xcb_window_t wanted) {
         crash();
         break;
     }
+}
+
+void ScriptedTray::refuseSize(xcb_window_t wanted) {
+    xcb_configure_notify_event_t answer{};
+    answer.response_type = XCB_CONFIGURE_NOTIFY;
+    answer.event = wanted;
+    answer.window = wanted;
+    answer.width = square;
+    answer.height = square;
+    xcb_send_event(connection.get(), 0, wanted, XCB_EVENT_MASK_STRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&answer));
+    xcb_flush(connection.get());
 }
 
 int ScriptedTray::count() {
@@ -124,16 +142,16 @@ QImage ScriptedTray::picture(xcb_window_t wanted) {
     if (!shown || !shown->visible) {
         return {};
     }
-    const Owned<xcb_get_image_reply_t> reply(
-        xcb_get_image_reply(connection.get(),
-                            xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, wanted, 0, 0,
-                                          static_cast<quint16>(shown->size.width()),
-                                          static_cast<quint16>(shown->size.height()), ~0U),
-                            nullptr));
+    const auto size = shown->size.boundedTo({width, height});
+    const Owned<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+        connection.get(),
+        xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, wanted, 0, 0,
+                      static_cast<quint16>(size.width()), static_cast<quint16>(size.height()), ~0U),
+        nullptr));
     if (!reply) {
         return {};
     }
-    QImage image(shown->size, QImage::Format_ARGB32_Premultiplied);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
     std::memcpy(image.bits(), xcb_get_image_data(reply.get()), static_cast<std::size_t>(image.sizeInBytes()));
     return image;
 }

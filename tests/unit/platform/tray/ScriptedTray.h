@@ -21,6 +21,7 @@ public:
         takes,
         ignores,       ///< does nothing with a window that asks to be taken
         diesWhenAsked, ///< ends without a word
+        keepsSquares,  ///< takes windows as squares, and gives no other size
     };
 
     explicit ScriptedTray(const QByteArray& display, Manner manner = Manner::takes);
@@ -52,7 +53,7 @@ public:
     /// What the server says of a window; none when it has gone.
     [[nodiscard]] std::optional<Look> look(xcb_window_t window);
 
-    /// What is painted in a visible window.
+    /// What is painted in a visible window, as far as it is within this tray's.
     [[nodiscard]] QImage picture(xcb_window_t window);
 
     void resize(xcb_window_t window, const QSize& size);
@@ -60,9 +61,16 @@ public:
     /// Puts the window back to the root, as a tray does that wants it no more.
     void letGo(xcb_window_t window);
 
+    /// Says to a window whose wish for a size was not granted that it has the size that it has (ICCCM 4.1.5).
+    void refuseSize(xcb_window_t window);
+
+    static constexpr quint16 square = 22;
+
     /// Where the tray's window is on the screen.
     static constexpr int left = 100;
     static constexpr int top = 50;
+    static constexpr int width = 400;
+    static constexpr int height = 32;
 
 private:
     struct Disconnect {

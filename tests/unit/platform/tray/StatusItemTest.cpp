@@ -342,6 +342,16 @@ private Q_SLOTS:
         QCOMPARE(tracking.count(), 1);
     }
 
+    void gnomeShowsEachUnderscoreOfAMerchantsNameOnce() {
+        ItemFixture fixture;
+        fixture.item.setMenu({{.key = u"1"_s, .text = u"SQ_COFFEE_BAR_12"_s}});
+        fixture.item.show();
+        const PanelProcess panel(fixture, u"gnome-shell"_s);
+        QVERIFY(fixture.becomesRegistered());
+        // Of this label it takes the first underscore away, and shows all others.
+        QVERIFY(fixture.panel.idOf(u"SQ__COFFEE_BAR_12"_s) > 0);
+    }
+
     void anotherPanelIsTakenForWhatItIs() {
         ItemFixture fixture;
         fixture.item.show();
