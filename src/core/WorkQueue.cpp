@@ -1,23 +1,34 @@
 #include "core/WorkQueue.h"
 
+#include <QBasicTimer>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
+
+using namespace std::chrono_literals;
 
 namespace quillo {
 
+namespace {
+
+/// Between two tries to start a thread, which fails when the user runs too many or memory is short.
+constexpr std::chrono::duration<int, std::milli> pauseWithoutThread = 100ms;
+
+} // namespace
+
 /// Outlives the queue for as long as its thread is at work.
-class WorkQueue::Shared {
+class WorkQueue::Shared : public std::enable_shared_from_this<Shared> {
 public:
     Shared() { receiver.emplace(*this); }
-    static void post(const std::shared_ptr<Shared>& self, Job job,
-                     const std::shared_ptr<OneShotEvent>& ended);
+    void post(Job job, const std::shared_ptr<OneShotEvent>& whoWaits);
     bool waitForJobs(std::chrono::milliseconds limit);
     void close();
 
@@ -30,24 +41,31 @@ private:
         [[nodiscard]] bool isForgotten() const { return isAwaited && ended.expired(); }
     };
 
-    /// Hears on the queue's own thread that work has ended.
+    /// Hears on the owner's thread that work has ended, or has no thread yet.
     class Receiver final : public QObject {
     public:
         explicit Receiver(Shared& owner) : shared(owner) {}
         bool event(QEvent* event) override {
-            if (event->type() != QEvent::User) {
+            if (event->type() != QEvent::User && event->type() != QEvent::Timer) {
                 return QObject::event(event);
             }
+            nextTry.stop();
             shared.tellWhoWaits();
+            if (!shared.isServed()) {
+                nextTry.start(pauseWithoutThread.count(), this);
+            }
             return true;
         }
 
     private:
         Shared& shared;
+        QBasicTimer nextTry;
     };
 
     void work();
     void tellWhoWaits();
+    [[nodiscard]] bool isServed();
+    [[nodiscard]] bool startThread();
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -61,22 +79,42 @@ private:
     bool closed = false;
 };
 
-void WorkQueue::Shared::post(const std::shared_ptr<Shared>& self, Job job,
-                             const std::shared_ptr<OneShotEvent>& ended) {
-    const std::lock_guard lock(self->mutex);
-    if (self->closed) {
+void WorkQueue::Shared::post(Job job, const std::shared_ptr<OneShotEvent>& whoWaits) {
+    const std::lock_guard lock(mutex);
+    if (closed) {
         return;
     }
-    self->jobs.push_back({std::move(job), ended, ended != nullptr});
-    if (!self->thread.joinable()) {
-        self->thread = std::thread([self] { self->work(); });
+    jobs.push_back({std::move(job), whoWaits, whoWaits != nullptr});
+    if (!startThread()) {
+        QCoreApplication::postEvent(&*receiver, new QEvent(QEvent::User));
     }
-    self->changed.notify_all();
+    changed.notify_all();
+}
+
+/// For who holds the lock. False when the work has to wait for a thread.
+bool WorkQueue::Shared::startThread() {
+    try {
+        if (!thread.joinable() && !jobs.empty()) {
+            thread = std::thread([self = shared_from_this()] { self->work(); });
+        }
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+bool WorkQueue::Shared::isServed() {
+    const std::lock_guard lock(mutex);
+    return startThread();
 }
 
 bool WorkQueue::Shared::waitForJobs(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(mutex);
-    return changed.wait_for(lock, limit, [this] { return jobs.empty() && !busy; });
+    while (!startThread() && std::chrono::steady_clock::now() < deadline) {
+        changed.wait_until(lock, std::min(deadline, std::chrono::steady_clock::now() + pauseWithoutThread));
+    }
+    return changed.wait_until(lock, deadline, [this] { return jobs.empty() && !busy; });
 }
 
 void WorkQueue::Shared::close() {
@@ -147,13 +185,9 @@ WorkQueue::~WorkQueue() {
     shared->close();
 }
 
-void WorkQueue::post(Job job, const std::shared_ptr<OneShotEvent>& ended) {
-    Shared::post(shared, std::move(job), ended);
-}
-
 void WorkQueue::post(const std::shared_ptr<Shared>& queue, Job job,
                      const std::shared_ptr<OneShotEvent>& ended) {
-    Shared::post(queue, std::move(job), ended);
+    queue->post(std::move(job), ended);
 }
 
 bool WorkQueue::waitForJobs(std::chrono::milliseconds limit) {
