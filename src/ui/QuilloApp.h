@@ -4,7 +4,6 @@
 #include "platform/desktop/IdleMemory.h"
 #include "platform/desktop/LoginItem.h"
 #include "platform/desktop/NotificationCenter.h"
-#include "platform/desktop/SleepMonitor.h"
 #include "platform/desktop/TerminationSignals.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
