@@ -1,11 +1,10 @@
 #include "core/WorkQueue.h"
 
-#include <QBasicTimer>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QTimer>
 
-#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -17,12 +16,8 @@ using namespace std::chrono_literals;
 
 namespace quillo {
 
-namespace {
-
 /// Between two tries to start a thread, which fails when the user runs too many or memory is short.
-constexpr std::chrono::duration<int, std::milli> pauseWithoutThread = 100ms;
-
-} // namespace
+constexpr auto pauseWithoutThread = 50ms;
 
 /// Outlives the queue for as long as its thread is at work.
 class WorkQueue::Shared : public std::enable_shared_from_this<Shared> {
@@ -41,31 +36,25 @@ private:
         [[nodiscard]] bool isForgotten() const { return isAwaited && ended.expired(); }
     };
 
-    /// Hears on the owner's thread that work has ended, or has no thread yet.
+    /// Hears on the queue's own thread that work has ended.
     class Receiver final : public QObject {
     public:
         explicit Receiver(Shared& owner) : shared(owner) {}
         bool event(QEvent* event) override {
-            if (event->type() != QEvent::User && event->type() != QEvent::Timer) {
+            if (event->type() != QEvent::User) {
                 return QObject::event(event);
             }
-            nextTry.stop();
             shared.tellWhoWaits();
-            if (!shared.isServed()) {
-                nextTry.start(pauseWithoutThread.count(), this);
-            }
             return true;
         }
 
     private:
         Shared& shared;
-        QBasicTimer nextTry;
     };
 
     void work();
     void tellWhoWaits();
-    [[nodiscard]] bool isServed();
-    [[nodiscard]] bool startThread();
+    void startThread();
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -85,34 +74,30 @@ void WorkQueue::Shared::post(Job job, const std::shared_ptr<OneShotEvent>& whoWa
         return;
     }
     jobs.push_back({std::move(job), whoWaits, whoWaits != nullptr});
-    if (!startThread()) {
-        QCoreApplication::postEvent(&*receiver, new QEvent(QEvent::User));
-    }
+    startThread();
     changed.notify_all();
 }
 
-/// For who holds the lock. False when the work has to wait for a thread.
-bool WorkQueue::Shared::startThread() {
+/// For who holds the lock. Where the system has no thread to give, the work waits for one.
+void WorkQueue::Shared::startThread() {
     try {
         if (!thread.joinable() && !jobs.empty()) {
             thread = std::thread([self = shared_from_this()] { self->work(); });
         }
-        return true;
     } catch (const std::system_error&) {
-        return false;
+        QTimer::singleShot(pauseWithoutThread, &*receiver, [this] {
+            const std::lock_guard lock(mutex);
+            startThread();
+        });
     }
-}
-
-bool WorkQueue::Shared::isServed() {
-    const std::lock_guard lock(mutex);
-    return startThread();
 }
 
 bool WorkQueue::Shared::waitForJobs(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(mutex);
-    while (!startThread() && std::chrono::steady_clock::now() < deadline) {
-        changed.wait_until(lock, std::min(deadline, std::chrono::steady_clock::now() + pauseWithoutThread));
+    while (!thread.joinable() && !jobs.empty() && std::chrono::steady_clock::now() < deadline) {
+        changed.wait_for(lock, pauseWithoutThread);
+        startThread();
     }
     return changed.wait_until(lock, deadline, [this] { return jobs.empty() && !busy; });
 }

@@ -41,6 +41,12 @@ AppStore::AppStore(const AppServices& surroundings)
                 tasks.spawnLater([this] { return refresh(); });
             }
         }));
+    observations.push_back(services.defaults.tried.observe([this] { objectWillChange.emit(); }));
+    observations.push_back(services.defaults.becameReadable.observe([this] {
+        if (credentialsKnown) {
+            start(refresh());
+        }
+    }));
     observations.push_back(services.secrets.becameAvailable.observe([this] {
         if (credentialsKnown) {
             start(takeUpCredentialsLate());
@@ -126,6 +132,11 @@ Task<> AppStore::tick() {
 }
 
 Task<std::optional<APIAuth>> AppStore::currentAuth() {
+    if (!settings.isBackendKnown()) {
+        // A credential is for the user's backend, which may be another than the default.
+        lastError = settingsProblem();
+        co_return std::nullopt;
+    }
     if (auth.isSignedIn()) {
         try {
             auto token = co_await auth.validAccessToken();

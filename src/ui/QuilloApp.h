@@ -44,6 +44,7 @@ private:
     SystemClock clock;
     NotificationCenter notifications;
     Workspace workspace;
+    TerminationSignals termination; ///< outlives the settings: no signal cuts short what they write last
     UserDefaults defaults;
     SecretStore secrets;
     AppStore store;
@@ -51,7 +52,6 @@ private:
     std::unique_ptr<QObject> sleepMonitor;
     std::unique_ptr<QObject> activity = watchActivity(notifications);
     MenuTracking menuTracking{notifications};
-    TerminationSignals termination;
     SingleWindow ledger;
     SingleWindow settings;
     Observation ledgerRequests;
