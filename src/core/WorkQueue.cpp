@@ -3,21 +3,27 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QTimer>
 
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
+
+using namespace std::chrono_literals;
 
 namespace quillo {
 
+/// Between two tries to start a thread, which fails when the user runs too many or memory is short.
+constexpr auto pauseWithoutThread = 50ms;
+
 /// Outlives the queue for as long as its thread is at work.
-class WorkQueue::Shared {
+class WorkQueue::Shared : public std::enable_shared_from_this<Shared> {
 public:
     Shared() { receiver.emplace(*this); }
-    static void post(const std::shared_ptr<Shared>& self, Job job,
-                     const std::shared_ptr<OneShotEvent>& ended);
+    void post(Job job, const std::shared_ptr<OneShotEvent>& whoWaits);
     bool waitForJobs(std::chrono::milliseconds limit);
     void close();
 
@@ -48,6 +54,7 @@ private:
 
     void work();
     void tellWhoWaits();
+    void startThread();
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -61,22 +68,38 @@ private:
     bool closed = false;
 };
 
-void WorkQueue::Shared::post(const std::shared_ptr<Shared>& self, Job job,
-                             const std::shared_ptr<OneShotEvent>& ended) {
-    const std::lock_guard lock(self->mutex);
-    if (self->closed) {
+void WorkQueue::Shared::post(Job job, const std::shared_ptr<OneShotEvent>& whoWaits) {
+    const std::lock_guard lock(mutex);
+    if (closed) {
         return;
     }
-    self->jobs.push_back({std::move(job), ended, ended != nullptr});
-    if (!self->thread.joinable()) {
-        self->thread = std::thread([self] { self->work(); });
+    jobs.push_back({std::move(job), whoWaits, whoWaits != nullptr});
+    startThread();
+    changed.notify_all();
+}
+
+/// For who holds the lock. Where the system has no thread to give, the work waits for one.
+void WorkQueue::Shared::startThread() {
+    try {
+        if (!thread.joinable() && !jobs.empty()) {
+            thread = std::thread([self = shared_from_this()] { self->work(); });
+        }
+    } catch (const std::system_error&) {
+        QTimer::singleShot(pauseWithoutThread, &*receiver, [this] {
+            const std::lock_guard lock(mutex);
+            startThread();
+        });
     }
-    self->changed.notify_all();
 }
 
 bool WorkQueue::Shared::waitForJobs(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(mutex);
-    return changed.wait_for(lock, limit, [this] { return jobs.empty() && !busy; });
+    while (!thread.joinable() && !jobs.empty() && std::chrono::steady_clock::now() < deadline) {
+        changed.wait_for(lock, pauseWithoutThread);
+        startThread();
+    }
+    return changed.wait_until(lock, deadline, [this] { return jobs.empty() && !busy; });
 }
 
 void WorkQueue::Shared::close() {
@@ -147,13 +170,9 @@ WorkQueue::~WorkQueue() {
     shared->close();
 }
 
-void WorkQueue::post(Job job, const std::shared_ptr<OneShotEvent>& ended) {
-    Shared::post(shared, std::move(job), ended);
-}
-
 void WorkQueue::post(const std::shared_ptr<Shared>& queue, Job job,
                      const std::shared_ptr<OneShotEvent>& ended) {
-    Shared::post(queue, std::move(job), ended);
+    queue->post(std::move(job), ended);
 }
 
 bool WorkQueue::waitForJobs(std::chrono::milliseconds limit) {

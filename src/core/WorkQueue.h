@@ -14,7 +14,8 @@
 namespace quillo {
 
 /// One thread of its own for work that blocks or takes long, one piece after the other in the order given.
-/// The thread starts with the first piece. For the thread that made the queue, which has an event loop.
+/// The thread starts with the first piece; where the system has none to give, that is tried again until it
+/// has. For the thread that made the queue, which has an event loop.
 class WorkQueue {
 public:
     WorkQueue();
@@ -33,7 +34,8 @@ public:
         auto outcome = std::make_shared<Outcome<std::invoke_result_t<Work&>>>();
         auto ended = std::make_shared<OneShotEvent>();
         auto held = std::make_shared<Work>(std::move(work));
-        post([outcome, held = std::move(held)] { outcome->fill(*held); }, ended);
+        post(
+            shared, [outcome, held = std::move(held)] { outcome->fill(*held); }, ended);
         return take(std::move(outcome), std::move(ended));
     }
 
@@ -95,7 +97,6 @@ private:
         co_return outcome->take();
     }
 
-    void post(Job job, const std::shared_ptr<OneShotEvent>& ended);
     static void post(const std::shared_ptr<Shared>& queue, Job job,
                      const std::shared_ptr<OneShotEvent>& ended);
 

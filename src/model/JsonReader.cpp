@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace quillo {
 namespace {
@@ -18,7 +19,9 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr char beyondDoubles[] = "\x01 number beyond the doubles";
 
 [[nodiscard]] bool isBeyondDoubles(simdjson::dom::element element) noexcept {
-    return element.at_key(beyondDoubles).error() == simdjson::SUCCESS;
+    simdjson::dom::object object;
+    return element.get(object) == simdjson::SUCCESS && object.size() == 1 &&
+           object.begin().key() == beyondDoubles;
 }
 
 [[nodiscard]] const char* kindOf(simdjson::dom::element element) noexcept {
@@ -64,10 +67,11 @@ constexpr char beyondDoubles[] = "\x01 number beyond the doubles";
 [[nodiscard]] QByteArray readable(QByteArrayView number) {
     static const QRegularExpression grammar(QRegularExpression::anchoredPattern(
         u"-?(0|[1-9][0-9]*)([.][0-9]+)?([eE][-+]?[0-9]+)?"_s)); // RFC 8259, section 6
-    constexpr qsizetype alwaysFits = 18;
     constexpr qsizetype mayBeBeyond = 308;
     const bool hasExponent = number.contains('e') || number.contains('E');
-    const bool isLongInteger = number.size() > alwaysFits && !number.contains('.') && !hasExponent;
+    bool isWithin64Bits = false;
+    std::ignore = number.toLongLong(&isWithin64Bits);
+    const bool isLongInteger = !isWithin64Bits && !number.contains('.') && !hasExponent;
     QByteArray written = number.toByteArray() + (isLongInteger ? "e0" : "");
     if (!hasExponent && number.size() <= mayBeBeyond) {
         return written;
@@ -139,6 +143,14 @@ std::int64_t JsonValue::integer() const {
         refuse(expected, "a number out of range");
     }
     return static_cast<std::int64_t>(number);
+}
+
+simdjson::dom::object JsonValue::object() const {
+    constexpr const char* expected = "an object";
+    if (isBeyondDoubles(found)) {
+        refuse(expected);
+    }
+    return get<simdjson::dom::object>(expected);
 }
 
 void JsonValue::refuse(const char* expected) const {

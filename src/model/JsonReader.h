@@ -76,7 +76,7 @@ public:
             return get<std::string_view>("text");
         }
     }
-    [[nodiscard]] simdjson::dom::object object() const { return get<simdjson::dom::object>("an object"); }
+    [[nodiscard]] simdjson::dom::object object() const;
 
     /// The elements of an array in their order, each made by `decode(const JsonValue&)`.
     template <typename Decode>

@@ -39,7 +39,17 @@ AppSettings::AppSettings(UserDefaults& userDefaults, SecretStore& secretStore)
       apiKey(*this, QString(), [this](const QString& value) { storeApiKey(value); }),
       hotKeyEnabled(*this, loaded(defaults, hotKeyEnabledKey, true),
                     [this](bool value) { defaults.setBoolean(hotKeyEnabledKey, value); }),
-      storeAvailable(secrets.becameAvailable.observe([this] { loading.spawn(loadSecrets()); })) {}
+      storeAvailable(secrets.becameAvailable.observe([this] { loading.spawn(loadSecrets()); })),
+      defaultsReadable(defaults.becameReadable.observe([this] {
+          backend = defaults.string(backendKey).value_or(build::backendOrigin);
+          refreshInterval = loaded<qint64>(defaults, refreshIntervalKey, 300);
+          verifyTLS = loaded(defaults, verifyTlsKey, true);
+          hotKeyEnabled = loaded(defaults, hotKeyEnabledKey, true);
+      })) {}
+
+bool AppSettings::isBackendKnown() const {
+    return defaults.isKnown(backendKey);
+}
 
 Task<void> AppSettings::loadSecrets() {
     const auto reading = co_await secrets.get(apiKeyAccount);

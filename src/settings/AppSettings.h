@@ -22,7 +22,8 @@ class AppSettings final : public ObservableObject {
 
 public:
     /// Loads everything but the secret, and stores nothing back. The key follows with `loadSecrets`, and
-    /// whenever a secret store that could not be read becomes available. Both storages outlive the settings.
+    /// whenever a secret store that could not be read becomes available, as does the rest from a file that
+    /// could not be read. Both storages outlive the settings.
     AppSettings(UserDefaults& userDefaults, SecretStore& secretStore);
 
     /// Origin of the backend (scheme, host, optional port), exactly as the user typed it.
@@ -40,6 +41,9 @@ public:
     /// Whether the system-wide hot key that opens the ledger is registered.
     Published<bool> hotKeyEnabled;
 
+    /// False while the default stands in for what is stored and cannot be read: no secret may go there.
+    [[nodiscard]] bool isBackendKnown() const;
+
     /// Reads the API key. What the user set in the meantime wins over what was stored; a store that cannot be
     /// read leaves the key as it is.
     [[nodiscard]] Task<void> loadSecrets();
@@ -52,6 +56,7 @@ private:
 
     KeyState keyState = KeyState::unknown;
     Observation storeAvailable;
+    Observation defaultsReadable;
     TaskScope loading;
 };
 

@@ -42,6 +42,12 @@ AppStore::AppStore(const AppServices& surroundings)
                 tasks.spawnLater([this] { return refresh(); });
             }
         }));
+    observations.push_back(services.defaults.tried.observe([this] { objectWillChange.emit(); }));
+    observations.push_back(services.defaults.becameReadable.observe([this] {
+        if (credentialsKnown) {
+            start(refresh());
+        }
+    }));
     observations.push_back(services.secrets.becameAvailable.observe([this] {
         if (credentialsKnown) {
             start(takeUpCredentialsLate());
@@ -127,6 +133,11 @@ Task<> AppStore::tick() {
 }
 
 Task<std::optional<APIAuth>> AppStore::currentAuth() {
+    if (!settings.isBackendKnown()) {
+        // A credential is for the user's backend, which may be another than the default.
+        lastError = settingsProblem();
+        co_return std::nullopt;
+    }
     if (auth.isSignedIn()) {
         try {
             const auto token = co_await auth.validAccessToken();
@@ -140,7 +151,10 @@ Task<std::optional<APIAuth>> AppStore::currentAuth() {
     }
     // Until the secret store has answered nobody knows whether there is anything to sign in for.
     if (credentialsKnown) {
-        lastError = u"Sign in to Quillo (menu → Sign In…)"_s;
+        // A store that is silent does not mean that the session has ended.
+        const bool isWaiting = auth.isSignedIn() && !services.secrets.isUsable();
+        lastError = isWaiting ? u"The keyring is locked or does not answer"_s
+                              : u"Sign in to Quillo (menu → Sign In…)"_s;
     }
     co_return std::nullopt;
 }

@@ -5,6 +5,7 @@
 #include "core/Published.h"
 #include "core/TaskScope.h"
 #include "net/APIAuth.h"
+#include "platform/defaults/UserDefaults.h"
 #include "settings/AppSettings.h"
 #include "store/AppState.h"
 #include "store/BankLinks.h"
@@ -20,7 +21,6 @@ class HTTPSession;
 class LoginItem;
 class NotificationCenter;
 class SecretStore;
-class UserDefaults;
 class Workspace;
 
 /// What the store takes from its surroundings; everything outlives it.
@@ -110,6 +110,9 @@ public:
     [[nodiscard]] Ledger snapshotTimeline() const;
     [[nodiscard]] bool isViewingSnapshot() const { return selectedDay->has_value(); }
     [[nodiscard]] Ledger visibleTimeline() const { return state().visible(); }
+
+    /// Why settings are not in their file or could not be read from it, in one line; absent when all is well.
+    [[nodiscard]] std::optional<QString> settingsProblem() const { return services.defaults.problem(); }
 
     /// What the user should know about the login item, if anything.
     [[nodiscard]] std::optional<QString> loginItemStatusMessage() const;

@@ -40,6 +40,7 @@ LoginItem registeredLoginItem() {
 
 QuilloApp::QuilloApp(SingleInstance& instance)
     : loginItem(registeredLoginItem()),
+      termination(&QCoreApplication::quit),
       store({.clock = clock,
              .notifications = notifications,
              .workspace = workspace,
@@ -52,7 +53,6 @@ QuilloApp::QuilloApp(SingleInstance& instance)
              .identityOrigin = build::identityOrigin}),
       actions(makeActions()),
       sleepMonitor(monitorSleep(QDBusConnection::systemBus(), notifications)),
-      termination(actions.quit),
       ledger(withMenuBar(ledgerScene([this] { return makeLedger(); }))),
       settings(withMenuBar(settingsScene([this] { return new SettingsView(store); }))),
       ledgerRequests(notifications.observe(notification::openLedgerRequested, actions.openLedger)),

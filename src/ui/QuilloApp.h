@@ -4,7 +4,6 @@
 #include "platform/desktop/IdleMemory.h"
 #include "platform/desktop/LoginItem.h"
 #include "platform/desktop/NotificationCenter.h"
-#include "platform/desktop/SleepMonitor.h"
 #include "platform/desktop/TerminationSignals.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/secrets/SecretStore.h"
@@ -45,6 +44,7 @@ private:
     SystemClock clock;
     NotificationCenter notifications;
     Workspace workspace;
+    TerminationSignals termination; ///< outlives the settings: no signal cuts short what they write last
     UserDefaults defaults;
     SecretStore secrets;
     AppStore store;
@@ -52,7 +52,6 @@ private:
     std::unique_ptr<QObject> sleepMonitor;
     std::unique_ptr<QObject> activity = watchActivity(notifications);
     MenuTracking menuTracking{notifications};
-    TerminationSignals termination;
     SingleWindow ledger;
     SingleWindow settings;
     Observation ledgerRequests;

@@ -243,7 +243,8 @@ void SettingsView::render() {
     const auto status = store.loginItemStatusMessage();
     loginItemStatus->setText(status.value_or(QString()));
     loginItemStatus->setVisible(status.has_value());
-    showError(store.lastError);
+    const auto problem = store.settingsProblem();
+    showError(problem ? problem : store.lastError);
 }
 
 void SettingsView::showError(const std::optional<QString>& error) {

@@ -1,5 +1,7 @@
 """A session around the program: it begins, breaks in parts, and ends."""
 
+import fcntl
+import json
 import signal
 
 import pytest
@@ -18,6 +20,18 @@ def test_signal_that_ends_sessions_ends_the_program_cleanly(shown, quillo, deskt
     assert quillo.ends_on(getattr(signal, name)) == 0
     assert not desktop.bus.has_owner(APPLICATION_ID)
     assert quillo.output() == ""
+
+
+def test_signals_that_follow_lose_no_setting_that_waits_for_another_program(shown, quillo):
+    with open(quillo.settings_file.with_name("defaults.json.lock"), "w", encoding="utf-8") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        shown.activate_menu("6 hours")
+        quillo.send(signal.SIGTERM)
+        wait_until(lambda: not shown.is_there(), "the item gone: the program is at its end")
+        for again in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            quillo.send(again)
+    assert quillo.wait_for_end() == 0
+    assert json.loads(quillo.settings_file.read_text(encoding="utf-8"))["refreshInterval"] == 21600
 
 
 def test_network_that_goes_and_comes_back(shown, quillo, sandbox, desktop):

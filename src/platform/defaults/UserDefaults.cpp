@@ -1,11 +1,14 @@
 #include "platform/defaults/UserDefaults.h"
 
+#include "core/LocalizedError.h"
 #include "platform/defaults/DefaultsFile.h"
 
+#include <QDeadlineTimer>
 #include <QStandardPaths>
 
 #include <atomic>
 #include <memory>
+#include <thread>
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -14,10 +17,25 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
-UserDefaults::UserDefaults(QString file) : path(std::move(file)), values(DefaultsFile(path).read()) {}
+UserDefaults::UserDefaults(QString file, std::chrono::milliseconds pause) : path(std::move(file)) {
+    nextTry.setSingleShot(true);
+    nextTry.setInterval(pause);
+    nextTry.callOnTimeout([this] { start(); });
+    try {
+        values = DefaultsFile(path).read();
+        isRead = true;
+    } catch (const std::exception& error) {
+        lastProblem = errorDescription(error);
+        nextTry.start();
+    }
+}
 
 UserDefaults::~UserDefaults() {
-    static_cast<void>(synchronize(2s));
+    const QDeadlineTimer end(5s);
+    // What fails now may succeed a moment later: another program's lock, descriptors that ran out.
+    while (!synchronize(std::chrono::milliseconds(end.remainingTime())) && !end.hasExpired()) {
+        std::this_thread::sleep_for(50ms);
+    }
 }
 
 QString UserDefaults::standardPath() {
@@ -30,20 +48,8 @@ std::optional<QString> UserDefaults::string(const QString& key) const {
     return value.isString() ? std::optional(value.toString()) : std::nullopt;
 }
 
-QVariant UserDefaults::object(const QString& key) const {
-    return values.value(key).toVariant();
-}
-
 void UserDefaults::setString(const QString& key, const QString& value) {
     set(key, value.isNull() ? u""_s : value);
-}
-
-void UserDefaults::setInteger(const QString& key, qint64 value) {
-    set(key, value);
-}
-
-void UserDefaults::setBoolean(const QString& key, bool value) {
-    set(key, value);
 }
 
 bool UserDefaults::synchronize(std::chrono::milliseconds limit) {
@@ -52,31 +58,55 @@ bool UserDefaults::synchronize(std::chrono::milliseconds limit) {
     }
     const auto merged = std::make_shared<std::atomic<bool>>(false);
     const auto last = writer.run([merged, file = DefaultsFile(path), changes = unwritten] {
-        *merged = file.merge(changes); //
+        file.merge(changes);
+        *merged = true;
     });
     return writer.waitForJobs(limit) && *merged;
 }
 
 void UserDefaults::set(const QString& key, const QJsonValue& value) {
+    if (isArriving) {
+        return;
+    }
     values.insert(key, value);
     unwritten.insert(key, value);
+    start();
+}
+
+void UserDefaults::start() {
+    nextTry.stop();
     const bool isWriting = std::exchange(progress, Progress::onceMore) != Progress::none;
     if (!isWriting) {
         writing.spawn(write());
     }
 }
 
-/// What fails stays, and is tried again with the next change.
+/// What fails stays, and is tried again with the next change or after a while.
 Task<> UserDefaults::write() {
     while (std::exchange(progress, Progress::writing) == Progress::onceMore) {
         const auto changes = unwritten;
-        auto merging = writer.run([file = DefaultsFile(path), changes] { return file.merge(changes); });
-        const bool merged = co_await merging;
-        for (auto change = changes.constBegin(); merged && change != changes.constEnd(); ++change) {
-            if (unwritten.value(change.key()) == change.value()) {
-                unwritten.remove(change.key());
+        auto work = writer.run([file = DefaultsFile(path), changes] {
+            return changes.isEmpty() ? file.read() : file.merge(changes);
+        });
+        try {
+            const auto stored = co_await work;
+            lastProblem = std::nullopt;
+            for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
+                if (unwritten.value(change.key()) == change.value()) {
+                    unwritten.remove(change.key());
+                }
             }
+            if (!std::exchange(isRead, true)) {
+                values = DefaultsFile::merged(stored, unwritten); // what was set since wins
+                isArriving = true;
+                becameReadable.emit();
+                isArriving = false;
+            }
+        } catch (const std::exception& error) {
+            lastProblem = errorDescription(error);
+            nextTry.start();
         }
+        tried.emit();
     }
     progress = Progress::none;
 }

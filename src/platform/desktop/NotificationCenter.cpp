@@ -1,8 +1,12 @@
 #include "platform/desktop/NotificationCenter.h"
 
+#include "platform/desktop/LoginManagerInterface.h"
+
 #include <QGuiApplication>
 
 #include <utility>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace quillo {
 
@@ -25,6 +29,18 @@ std::unique_ptr<QObject> watchActivity(NotificationCenter& center) {
                          }
                      });
     return context;
+}
+
+std::unique_ptr<QObject> monitorSleep(const QDBusConnection& systemBus, NotificationCenter& center) {
+    using Manager = OrgFreedesktopLogin1ManagerInterface;
+    auto manager =
+        std::make_unique<Manager>(u"org.freedesktop.login1"_s, u"/org/freedesktop/login1"_s, systemBus);
+    QObject::connect(manager.get(), &Manager::PrepareForSleep, manager.get(), [&center](bool start) {
+        if (!start) {
+            center.post(notification::workspaceDidWake);
+        }
+    });
+    return manager;
 }
 
 } // namespace quillo

@@ -2,6 +2,7 @@
 
 #include "core/Signal.h"
 
+#include <QDBusConnection>
 #include <QHash>
 #include <QObject>
 #include <QString>
@@ -51,5 +52,12 @@ inline constexpr QStringView openLedgerRequested = u"quillo.openLedgerRequested"
 /// Posts `applicationDidBecomeActive` whenever the application becomes active, as long as what is returned
 /// lives. Needs a `QGuiApplication`.
 [[nodiscard]] std::unique_ptr<QObject> watchActivity(NotificationCenter& center);
+
+/// Posts `workspaceDidWake` whenever logind says that the machine has come back from sleep, as long as what
+/// is returned lives.
+///
+/// It only listens: logind may come, go and come back. Without a system bus or logind nothing is ever posted.
+[[nodiscard]] std::unique_ptr<QObject> monitorSleep(const QDBusConnection& systemBus,
+                                                    NotificationCenter& center);
 
 } // namespace quillo

@@ -77,9 +77,12 @@ class Quillo:
 
         wait_until(idle, "the program to have nothing to do")
 
+    def send(self, signal_number):
+        os.kill(self._child.pid, signal_number)
+
     def ends_on(self, signal_number):
         """Sends a signal and returns the exit status that follows."""
-        os.kill(self._child.pid, signal_number)
+        self.send(signal_number)
         return self._child.wait()
 
     @contextlib.contextmanager

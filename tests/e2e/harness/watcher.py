@@ -136,6 +136,14 @@ class StatusItem:
         )
         return value
 
+    def is_there(self):
+        """Whether its program still shows it."""
+        try:
+            self.read("Id")
+        except GLib.Error:
+            return False
+        return True
+
     @property
     def label(self):
         return self.read("XAyatanaLabel")

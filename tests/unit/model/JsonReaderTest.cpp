@@ -39,6 +39,10 @@ private Q_SLOTS:
     void numbersBeyondTheDoublesAreRefusedWhereTheyAreRead();
     void aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored_data();
     void aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored();
+    void anIntegerBesideANumberOfAnyLengthStaysOne_data();
+    void anIntegerBesideANumberOfAnyLengthStaysOne();
+    void aNumberBeyondTheDoublesIsNoObjectWithoutMembers_data();
+    void aNumberBeyondTheDoublesIsNoObjectWithoutMembers();
     void textsAreUnescaped_data();
     void textsAreUnescaped();
     void theErrorNamesThePathThroughListsAndObjects();
@@ -383,6 +387,40 @@ void JsonReaderTest::aNumberOfAnyLengthIsOfNoInterestWhereItIsIgnored() {
     QFETCH(QByteArray, body);
     const JsonDocument document(body);
     QCOMPARE((Value(document.root()).required<"v", std::int64_t>()), 7);
+}
+
+void JsonReaderTest::anIntegerBesideANumberOfAnyLengthStaysOne_data() {
+    QTest::addColumn<QByteArray>("other");
+    QTest::newRow("past 64 bits") << QByteArray(30, '1');
+    QTest::newRow("beyond the doubles") << QByteArray("1e400");
+    QTest::newRow("two to the 64th") << QByteArray("18446744073709551616");
+}
+
+void JsonReaderTest::anIntegerBesideANumberOfAnyLengthStaysOne() {
+    QFETCH(QByteArray, other);
+    for (const auto integer : {std::numeric_limits<qint64>::max(), std::numeric_limits<qint64>::max() - 1,
+                               std::numeric_limits<qint64>::min(), qint64{1'234'567'890'123'456'789}}) {
+        const JsonDocument document("{\"w\":" + other + ",\"v\":" + QByteArray::number(integer) + "}");
+        QCOMPARE((Value(document.root()).required<"v", std::int64_t>()), integer);
+    }
+}
+
+void JsonReaderTest::aNumberBeyondTheDoublesIsNoObjectWithoutMembers_data() {
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("place");
+    QTest::newRow("as the body") << QByteArray("1e400") << u"body"_s;
+    QTest::newRow("in a list") << QByteArray("[1e400]") << u"body[0]"_s;
+}
+
+void JsonReaderTest::aNumberBeyondTheDoublesIsNoObjectWithoutMembers() {
+    QFETCH(QByteArray, body);
+    QFETCH(QString, place);
+    const JsonDocument document(body);
+    const auto read = [](const JsonValue& value) { return Value(value).required<"v", double>(); };
+    QCOMPARE(decodingFailure([&] {
+                 return body.startsWith('[') ? document.root().list(read).front() : read(document.root());
+             }),
+             place + u": expected an object, found a number out of range"_s);
 }
 
 void JsonReaderTest::textsAreUnescaped_data() {

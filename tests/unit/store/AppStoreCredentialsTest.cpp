@@ -237,14 +237,14 @@ private Q_SLOTS:
         QCOMPARE(fixture->identity.count(), 1);
     }
 
-    void aKeyringThatIsLockedWhileTheTokenRunsOutSignsNobodyOut() {
+    void aKeyringThatIsSilentWhileTheTokenRunsOutAsksNobodyToSignIn() {
         keepSession();
         auto& store = fixture->start();
         fixture->waitUntilSettled();
         keyring.lock();
         fixture->clock.advance(300s); // the heartbeat finds the token stale
         QVERIFY(waitUntil([&] { return store.lastError->has_value(); }));
-        QCOMPARE(*store.lastError, std::optional(signInFirst));
+        QCOMPARE(*store.lastError, std::optional(u"The keyring is locked or does not answer"_s));
         QVERIFY(store.auth.isSignedIn());
         QVERIFY(store.timeline.get());
         keyring.unlock();

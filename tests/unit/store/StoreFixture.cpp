@@ -103,11 +103,11 @@ void StoreFixture::keepApiKey() {
     }
 }
 
-AppStore& StoreFixture::start() {
+AppStore& StoreFixture::start(UserDefaults& settings) {
     made = std::make_unique<AppStore>(AppServices{.clock = clock,
                                                   .notifications = notifications,
                                                   .workspace = workspace,
-                                                  .defaults = defaults,
+                                                  .defaults = settings,
                                                   .secrets = secrets,
                                                   .session = session,
                                                   .client = client,

@@ -76,7 +76,10 @@ public:
     void keepApiKey();
 
     /// Makes the store, which begins its work. Nothing is waited for.
-    AppStore& start();
+    AppStore& start() { return start(defaults); }
+
+    /// The same with other settings than `defaults`.
+    AppStore& start(UserDefaults& settings);
 
     /// With the API key, and its first refresh behind it.
     AppStore& startRefreshed();

@@ -312,6 +312,26 @@ private Q_SLOTS:
         QCOMPARE(surroundings->refreshes(), before + 1);
     }
 
+    void settingsThatCannotBeSavedAreToldForAsLongAsTheyCannot() {
+        const auto isTold = [&](const Form& form) {
+            form.settle();
+            return form.showsError() && store().settingsProblem() &&
+                   form.label(*store().settingsProblem()) != nullptr;
+        };
+        store().lastError = std::nullopt;
+        QVERIFY(surroundings->defaults.synchronize(std::chrono::seconds(20)));
+        const auto lock = surroundings->folder.filePath(u"defaults.json.lock"_s);
+        QVERIFY(QFile::remove(lock) && QDir().mkdir(lock));
+        const Form form(store());
+        settings().verifyTLS = false;
+        QVERIFY(waitUntil([&] { return isTold(form); }));
+        QVERIFY(store().settingsProblem()->startsWith(u"Settings could not be saved: "));
+        QVERIFY(QDir().rmdir(lock));
+        settings().verifyTLS = true;
+        QVERIFY(waitUntil([&] { return !isTold(form) && !store().settingsProblem(); }));
+        QVERIFY(!form.showsError());
+    }
+
     void aRefreshThatFailsBringsItsErrorIntoView() {
         settings().apiKey = u"key"_s;
         store().lastError = std::nullopt;

@@ -1,5 +1,3 @@
-#include "platform/desktop/SleepMonitor.h"
-
 #include "platform/desktop/NotificationCenter.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
