@@ -34,9 +34,9 @@ class PortalSession final : public HotKeyService::Registration {
 public:
     using OnPress = std::function<void(const QString& activationToken)>;
 
-    PortalSession(QDBusConnection connection, const QString& applicationId, const QString& trigger,
-                  OnPress onPress)
+    PortalSession(QDBusConnection connection, QString program, const QString& trigger, OnPress onPress)
         : bus(std::move(connection)),
+          applicationId(std::move(program)),
           pressed(std::move(onPress)),
           watcher(portal::service, bus, QDBusServiceWatcher::WatchForOwnerChange) {
         dbus::registerMetaTypes<portal::Shortcut>();
@@ -45,14 +45,13 @@ public:
         shortcutsPortal = std::make_unique<Portal>(portal::service, portal::desktopPath, bus);
         QObject::connect(
             &watcher, &QDBusServiceWatcher::serviceOwnerChanged, &context,
-            [this](const QString&, const QString&, const QString& newOwner) { portalChanged(newOwner); });
+            [this](const QString&, const QString& old, const QString& now) { portalChanged(old, now); });
         QObject::connect(shortcutsPortal.get(), &Portal::Activated, &context,
                          [this](const QDBusObjectPath& session, const QString& id, qulonglong,
                                 const QVariantMap& options) { activated(session.path(), id, options); });
         QObject::connect(shortcutsPortal.get(), &Portal::Deactivated, &context,
                          [this](const QDBusObjectPath& session, const QString& id, qulonglong,
                                 const QVariantMap&) { deactivated(session.path(), id); });
-        introduce(applicationId);
         asking.spawn(ask());
     }
 
@@ -63,7 +62,7 @@ public:
 
 private:
     enum class State {
-        /// Nothing is under way: there is no portal, or it cannot do it.
+        /// Nothing is under way: there is no portal, or it has no key to give.
         idle,
         asking,
         bound,
@@ -73,28 +72,30 @@ private:
 
     /// Outside a sandbox, a portal knows the program only by what it says of itself; one that has no such
     /// interface, or knows already, answers with an error that means nothing.
-    void introduce(const QString& applicationId) {
+    void introduce() {
         auto call = QDBusMessage::createMethodCall(portal::service, portal::desktopPath,
                                                    u"org.freedesktop.host.portal.Registry"_s, u"Register"_s);
         call << applicationId << QVariantMap();
         bus.send(call);
     }
 
-    void portalChanged(const QString& newOwner) {
-        if (newOwner.isEmpty()) {
+    void portalChanged(const QString& old, const QString& now) {
+        if (!old.isEmpty()) {
             asking.cancelAll();
             sessionPath.clear();
             isDown = false;
             if (state != State::refused) {
                 state = State::idle;
             }
-        } else if (state == State::idle) {
+        }
+        if (!now.isEmpty() && state == State::idle) {
             asking.spawn(ask());
         }
     }
 
     Task<> ask() {
         state = State::asking;
+        introduce();
         sessionPath = portal::handlePath(bus, u"session"_s, sessionToken);
         // Some desktops take the shortcuts here and ignore those of BindShortcuts.
         const QVariantMap options{{u"session_handle_token"_s, sessionToken},
@@ -121,12 +122,10 @@ private:
         const auto ours = std::ranges::find(given, shortcutId, &portal::Shortcut::id);
         if (bound.code != portal::Response::success || ours == given.end()) {
             giveUp(bound.code);
-        } else if (ours->properties.value(u"trigger_description"_s, shortcutId).toString().isEmpty()) {
-            // No key, as when another program has it; the next portal may be able to give it.
-            giveUp(portal::Response::notTaken);
-        } else {
-            state = State::bound;
+            co_return;
         }
+        // Not bound without a key; the session stays, as it may get one yet, and some desktops never name it.
+        state = ours->properties.value(u"trigger_description"_s) == QString() ? State::idle : State::bound;
     }
 
     void giveUp(uint code) {
@@ -135,7 +134,7 @@ private:
     }
 
     void activated(const QString& session, const QString& id, const QVariantMap& options) {
-        if (state != State::bound || session != sessionPath || id != shortcutId || isDown) {
+        if (state == State::asking || session != sessionPath || id != shortcutId || isDown) {
             return;
         }
         isDown = true;
@@ -159,6 +158,7 @@ private:
     }
 
     QDBusConnection bus;
+    QString applicationId;
     portal::Shortcuts shortcuts;
     OnPress pressed;
     State state = State::idle;

@@ -26,6 +26,7 @@ constexpr HotKeyChord controlShiftR{'r', Qt::ControlModifier | Qt::ShiftModifier
 constexpr HotKeyIdentifier identifier{0x5155494C, 1};
 const QString applicationId = u"app.quillo.Quillo.Test"_s;
 const QString openLedger = u"open-ledger"_s;
+const QString frontEndProgram = u"/usr/libexec/xdg-desktop-portal"_s;
 const QString portalService = u"org.freedesktop.portal.Desktop"_s;
 
 /// Hot keys on a bus of the test's own, and what was pressed.
@@ -71,11 +72,15 @@ struct Desktop : Keys {
         startFrontEnd();
     }
 
+    [[nodiscard]] QProcessEnvironment environment() const {
+        auto variables = bus.environment();
+        variables.insert(u"XDG_DESKTOP_PORTAL_DIR"_s, folder.path());
+        variables.insert(u"XDG_CURRENT_DESKTOP"_s, u"quillotest"_s);
+        return variables;
+    }
+
     void startFrontEnd() {
-        auto environment = bus.environment();
-        environment.insert(u"XDG_DESKTOP_PORTAL_DIR"_s, folder.path());
-        environment.insert(u"XDG_CURRENT_DESKTOP"_s, u"quillotest"_s);
-        frontEnd.emplace(u"/usr/libexec/xdg-desktop-portal"_s, QStringList(), environment);
+        frontEnd.emplace(frontEndProgram, QStringList(), environment());
         const bool appeared = waitUntil([this] { return portalRuns(); });
         if (!appeared) {
             qFatal("the portal does not appear");
@@ -267,18 +272,36 @@ private Q_SLOTS:
         QCOMPARE(tokens.count(tokens.constFirst()), 4);
     }
 
-    void shortcutWithoutAKeyIsNotBoundAndAskedForAgainWithTheNextPortal() {
+    void shortcutWithoutAKeyWorksOnceItHasOneAndIsAskedForAgainWithTheNextPortal() {
         Desktop desktop;
         desktop.backEnd.bound = portal::Shortcuts{{openLedger, {{u"trigger_description"_s, u""_s}}}};
-        desktop.registerKey();
-        QVERIFY(waitUntil([&] { return desktop.backEnd.closed == 1; }));
-        desktop.backEnd.activate(openLedger);
-        desktop.settle();
-        QCOMPARE(desktop.tokens, QStringList());
+        QVERIFY(desktop.registerAndUse());
+        QCOMPARE(desktop.backEnd.closed, 0);
         desktop.backEnd.bound = portal::Shortcuts{{openLedger, {{u"trigger_description"_s, u"Meta+R"_s}}}};
         desktop.backEnd.session.clear();
         desktop.restartFrontEnd();
         QVERIFY(desktop.useUntilNoticed());
+        QCOMPARE(desktop.backEnd.bindings, 2);
+    }
+
+    void portalThatIsReplacedByAnotherIsAskedAgain() {
+        Desktop desktop;
+        QVERIFY(desktop.registerAndUse());
+        desktop.backEnd.session.clear();
+        const ChildProcess next(frontEndProgram, {u"--replace"_s}, desktop.environment());
+        QVERIFY(desktop.useUntilNoticed());
+        QCOMPARE(desktop.backEnd.bindings, 2);
+    }
+
+    void everyPortalIsToldWhoAsksBeforeItIsAsked() {
+        Keys keys;
+        keys.registerKey();
+        keys.settle();
+        for (int round = 0; round < 2; ++round) {
+            ScriptedFrontEnd frontEnd(keys.bus.connect());
+            QVERIFY(waitUntil([&] { return frontEnd.calls.contains(u"CreateSession"_s); }));
+            QCOMPARE(frontEnd.calls, (QStringList{u"Register"_s, u"CreateSession"_s}));
+        }
     }
 
     void portalThatComesLaterIsAskedThen() {
