@@ -42,7 +42,11 @@ AppStore::AppStore(const AppServices& surroundings)
                 tasks.spawnLater([this] { return refresh(); });
             }
         }));
-    observations.push_back(services.defaults.tried.observe([this] { objectWillChange.emit(); }));
+    observations.push_back(services.defaults.tried.observe([this, told = settingsProblem()]() mutable {
+        if (std::exchange(told, settingsProblem()) != settingsProblem()) {
+            objectWillChange.emit();
+        }
+    }));
     observations.push_back(services.defaults.becameReadable.observe([this] {
         if (credentialsKnown) {
             start(refresh());

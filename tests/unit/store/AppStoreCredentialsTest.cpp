@@ -123,7 +123,10 @@ private Q_SLOTS:
         auto& store = fixture->startRefreshed();
         int announced = 0;
         const auto observation = store.objectWillChange.observe([&] { ++announced; });
+        bool isWritten = false;
+        const auto writing = fixture->defaults.tried.observe([&] { isWritten = true; });
         store.settings.refreshInterval = 60;
+        QVERIFY(waitUntil([&] { return isWritten; }));
         QCOMPARE(announced, 0);
     }
 
