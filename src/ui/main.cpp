@@ -20,6 +20,16 @@ int print(const quillo::CommandLineAnswer& answer) {
     return std::fflush(stdout) == 0 ? answer.status : EXIT_FAILURE;
 }
 
+enum ExitStatus { noDisplay = 3, nameTaken = 4 };
+
+/// Qt has much to say where there is no display, and then aborts.
+void endWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type == QtFatalMsg) {
+        std::fputs("quillo: no display can be reached\n", stderr);
+        std::_Exit(noDisplay);
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -35,7 +45,9 @@ int main(int argc, char* argv[]) {
     mallopt(M_ARENA_MAX, 1);
 
     const auto launchToken = quillo::ActivationToken::ofLaunch();
+    qInstallMessageHandler(endWithoutDisplay);
     QApplication application(argc, argv);
+    qInstallMessageHandler(nullptr);
     QApplication::setApplicationName(QStringLiteral("quillo"));
     QApplication::setApplicationDisplayName(QString());
     QApplication::setApplicationVersion(quillo::build::version);
@@ -50,6 +62,11 @@ int main(int argc, char* argv[]) {
     }
     if (claim == quillo::SingleInstance::Claim::second) {
         return 0;
+    }
+    if (claim == quillo::SingleInstance::Claim::taken) {
+        std::fprintf(stderr, "quillo: another program owns %s on the session bus\n",
+                     quillo::build::applicationId.data());
+        return nameTaken;
     }
     const quillo::QuilloApp quillo(instance);
     return QApplication::exec();
