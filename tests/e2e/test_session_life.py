@@ -5,7 +5,9 @@ import json
 import signal
 
 import pytest
+from gi.repository import GLib
 
+from harness.buses import call
 from harness.program import APPLICATION_ID, Quillo
 from harness.sandbox import Sandbox
 from harness.waiting import wait_until
@@ -103,6 +105,28 @@ def test_launches_in_the_same_instant_leave_one(quillo, desktop, watcher):
     watcher.wait_for_item()
     # Each of the others asked the one for its ledger.
     Windows(desktop).wait_for(LEDGER)
+
+
+@pytest.mark.parametrize("display", ["", ":99999"])
+def test_without_a_display_the_program_says_so_in_one_line(quillo, display):
+    quillo.start(DISPLAY=display)
+    assert quillo.wait_for_end() == 3
+    assert quillo.output() == "quillo: no display can be reached\n"
+
+
+def test_name_that_another_program_owns_is_told_in_one_line(quillo, desktop):
+    do_not_queue = 4
+    call(
+        desktop.bus.connection,
+        "org.freedesktop.DBus",
+        "/org/freedesktop/DBus",
+        "org.freedesktop.DBus",
+        "RequestName",
+        GLib.Variant("(su)", (APPLICATION_ID, do_not_queue)),
+    )
+    quillo.start()
+    assert quillo.wait_for_end() == 4
+    assert quillo.output() == f"quillo: another program owns {APPLICATION_ID} on the session bus\n"
 
 
 def test_crashed_program_leaves_nothing_that_stops_the_next(shown, quillo, watcher, desktop):

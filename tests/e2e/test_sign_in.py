@@ -257,3 +257,17 @@ def test_provider_that_is_down_during_the_renewal_ends_the_session(signed_out, p
     wait_for_entry(item, f"Error: {SIGN_IN_FIRST}")
     assert account_block(item) == ["Sign In…"]
     wait_until(lambda: session_secrets(signed_out) == [None, None], "the keyring without the session")
+
+
+def test_browser_that_cannot_be_started_leaves_no_query_in_the_journal(signed_out, watcher):
+    signed_out.start(PATH="/nonexistent")
+    item = watcher.wait_for_item()
+    item.wait_for("exclamationmark.circle", "Quillo")
+    item.activate_menu("Sign In…")
+    wait_until(lambda: "http://127.0.0.1:8481/realms/" in signed_out.output(), "the report of Qt")
+    assert "?" not in signed_out.output()
+    assert "state=" not in signed_out.output()
+
+
+def test_crash_would_leave_no_picture_of_the_memory(item, signed_out):
+    assert signed_out.core_limit() == 0

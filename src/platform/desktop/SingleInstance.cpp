@@ -30,6 +30,12 @@ SingleInstance::SingleInstance(QDBusConnection sessionBus, QString id, std::chro
     new ApplicationAdaptor(this); // owned by this object, which is how Qt finds it
 }
 
+SingleInstance::~SingleInstance() {
+    if (auto* const daemon = bus.interface()) {
+        daemon->unregisterService(applicationId);
+    }
+}
+
 SingleInstance::Claim SingleInstance::claim(const QString& launchToken) {
     // The object comes before the name: whoever sees the name may call at once.
     if (!bus.isConnected() || !bus.registerObject(objectPath, this, QDBusConnection::ExportAdaptors)) {
@@ -42,8 +48,8 @@ SingleInstance::Claim SingleInstance::claim(const QString& launchToken) {
             quitWithBus();
             return Claim::first;
         }
-        if (askOther(launchToken)) {
-            return Claim::second;
+        if (const auto other = askOther(launchToken)) {
+            return *other;
         }
     }
     return Claim::alone;
@@ -56,7 +62,7 @@ bool SingleInstance::ownsName() {
     return reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
 }
 
-bool SingleInstance::askOther(const QString& launchToken) {
+std::optional<SingleInstance::Claim> SingleInstance::askOther(const QString& launchToken) {
     auto call = QDBusMessage::createMethodCall(applicationId, objectPath, u"org.freedesktop.Application"_s,
                                                u"Activate"_s);
     call.setAutoStartService(false);
@@ -65,10 +71,14 @@ bool SingleInstance::askOther(const QString& launchToken) {
         platformData = {{activationToken, launchToken}, {startupId, launchToken}};
     }
     call << platformData;
-    bus.call(call, QDBus::Block, static_cast<int>(limit.count()));
-    // Whatever the answer was, or if there was none: as long as the name has an owner, the request has
-    // reached it.
-    return bus.interface()->isServiceRegistered(applicationId).value();
+    const auto answer = QDBusError(bus.call(call, QDBus::Block, static_cast<int>(limit.count()))).type();
+    if (!bus.interface()->isServiceRegistered(applicationId).value()) {
+        return std::nullopt;
+    }
+    // An instance of this program may be too busy to answer, but it never lacks the method.
+    const bool isStranger = answer == QDBusError::UnknownObject || answer == QDBusError::UnknownInterface ||
+                            answer == QDBusError::UnknownMethod;
+    return isStranger ? Claim::taken : Claim::second;
 }
 
 void SingleInstance::quitWithBus() {

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace quillo {
@@ -42,6 +43,8 @@ public:
         second,
         /// There is no session bus to ask on: this one runs by itself.
         alone,
+        /// The name belongs to a program of another kind: this one is to end.
+        taken,
     };
 
     /// Longest wait for a running instance to answer; after that it counts as asked all the same.
@@ -49,6 +52,9 @@ public:
 
     SingleInstance(QDBusConnection sessionBus, QString applicationId,
                    std::chrono::milliseconds limit = answerLimit);
+
+    /// Gives the name back before the object goes: who owns the name always answers.
+    ~SingleInstance() override;
 
     /// Asks for the name, and the other instance if there is one. To be called once, before the program shows
     /// anything: it waits for the bus, and for the other instance at most the limit.
@@ -72,7 +78,7 @@ private:
     using Request = std::function<void()> ApplicationRequests::*;
 
     [[nodiscard]] bool ownsName();
-    [[nodiscard]] bool askOther(const QString& launchToken);
+    [[nodiscard]] std::optional<Claim> askOther(const QString& launchToken);
     void quitWithBus();
     void schedule(Request request, const QVariantMap& platformData);
 

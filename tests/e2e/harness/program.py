@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import pathlib
+import resource
 import signal
 
 from .keyring import clear_secret, read_secret, store_secret
@@ -76,6 +77,11 @@ class Quillo:
             return not self.running or (len(looks) > polls and len(set(looks[-polls:])) == 1)
 
         wait_until(idle, "the program to have nothing to do")
+
+    def core_limit(self):
+        """The size in bytes that a core dump of the program may have."""
+        soft, _hard = resource.prlimit(self._child.pid, resource.RLIMIT_CORE)
+        return soft
 
     def send(self, signal_number):
         os.kill(self._child.pid, signal_number)

@@ -31,6 +31,9 @@ int main(int argc, char** argv) {
     case SingleInstance::Claim::second:
         std::cout << "second" << std::endl;
         return 0;
+    case SingleInstance::Claim::taken:
+        std::cout << "taken" << std::endl;
+        return 0;
     }
     return QCoreApplication::exec();
 }

@@ -220,6 +220,24 @@ private Q_SLOTS:
         QCOMPARE(hung->readLine(), "open-ledger");
     }
 
+    void nameThatAnotherProgramOwnsIsTold() {
+        PrivateBus bus;
+        auto stranger = bus.connect();
+        QVERIFY(stranger.registerService(applicationId));
+        const auto second = launch(bus.environment());
+        QCOMPARE(second->readLine(), "taken");
+        QCOMPARE(second->waitForExit(), 0);
+    }
+
+    void instanceThatEndsIsNeverTakenForAnotherProgram() {
+        PrivateBus bus;
+        auto first = std::make_unique<SingleInstance>(bus.connect(), applicationId);
+        QCOMPARE(first->claim({}), SingleInstance::Claim::first);
+        first.reset(); // its connection stays
+        SingleInstance next(bus.connect(), applicationId);
+        QCOMPARE(next.claim({}), SingleInstance::Claim::first);
+    }
+
     void withoutASessionBusItRunsAlone() {
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
