@@ -155,10 +155,7 @@ Task<std::optional<APIAuth>> AppStore::currentAuth() {
     }
     // Until the secret store has answered nobody knows whether there is anything to sign in for.
     if (credentialsKnown) {
-        // A store that is silent does not mean that the session has ended.
-        const bool isWaiting = auth.isSignedIn() && !services.secrets.isUsable();
-        lastError = isWaiting ? u"The keyring is locked or does not answer"_s
-                              : u"Sign in to Quillo (menu → Sign In…)"_s;
+        lastError = u"Sign in to Quillo (menu → Sign In…)"_s;
     }
     co_return std::nullopt;
 }

@@ -48,9 +48,6 @@ public:
     /// need be. True when it is open then, or there is none; a collection that does not exist is not made.
     Task<bool> unlock();
 
-    /// False while the last operation found the store locked, silent or not there.
-    [[nodiscard]] bool isUsable() const { return !isUnusable; }
-
     /// The store could not be used before, and now it can: it was unlocked, by whomever, or its service came
     /// up. Not emitted when it could be used from the start.
     Signal<> becameAvailable;
